@@ -1,0 +1,28 @@
+// What other rooms of the kernel may do with a map beyond the exported
+// interface: look up and store through a remembered place, without a search.
+#pragma once
+
+#include "container/entry_cache.hpp"
+#include "kernel/strng.hpp"
+#include "qor/map.h"
+
+namespace qor {
+
+// The entry under the key, else the default, else null. Borrowed. The map may
+// be nil.
+QOR_OBJECT *map_find(QOR_MAP *map, STRNG key);
+QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache);
+
+// As MAP_INSERT_MOVED, remembering the place. The variable is left nil, or
+// with an unshared scalar that the entry held before, for its next content.
+void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable);
+
+uint32_t map_size(const QOR_MAP *map);
+
+// The sort of MAPSORT: by key as a zero-terminated text, stable. The values
+// become deep copies and the default goes; the label stays.
+void map_sort(QOR_MAP *map, bool descending);
+// A new map with each value's text as key and the old key as value.
+void map_swap(QOR_MAP *source, QOR_MAP **variable);
+
+} // namespace qor

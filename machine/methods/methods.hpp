@@ -1,0 +1,27 @@
+// QORMETH: the built-in methods of class QOR, one source per family.
+#pragma once
+
+#include "machine/qorcpu.hpp"
+
+namespace qor {
+
+extern MSG qormeth_msg; // channel "QORMETH"
+
+// The global work int: holds the last int popped by *, +, -, /, MOD or a
+// comparison. The product of a real and a long on top reads it, a quirk that
+// is kept.
+extern int32_t qormeth_work_int;
+
+// Each family registers its table.
+void register_operators();
+void register_conversions();
+void register_numbers();
+void register_strings();
+void register_string_lists();
+void register_display();
+void register_object_methods();
+void register_map_methods();
+void register_list_methods();
+void register_counters();
+
+} // namespace qor
