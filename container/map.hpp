@@ -17,7 +17,12 @@ QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache);
 // with an unshared scalar that the entry held before, for its next content.
 void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable);
 
-uint32_t map_size(const QOR_MAP *map);
+// The entries in order, apart from the read cursor. Valid while the map does
+// not change.
+const Map_node *map_first(const QOR_MAP *map);
+const Map_node *map_next(const Map_node *entry);
+QOR_OBJECT *map_object(const Map_node *entry); // borrowed
+void map_key(const Map_node *entry, STRNG *key);
 
 // The sort of MAPSORT: by key as a zero-terminated text, stable. The values
 // become deep copies and the default goes; the label stays.

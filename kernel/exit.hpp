@@ -35,9 +35,4 @@ void qorproc_begin_abort();
 // Leaves with the status of the phase without showing anything.
 void qorproc_leave_now();
 
-// The machine fills these two at its start: showing a message may run script
-// code, which must not change what the abort reports as the current instruction.
-extern void *(*save_current_instruction)();
-extern void (*restore_current_instruction)(void *instruction);
-
 } // namespace qor

@@ -15,7 +15,6 @@ void btyp_init();
 void map_init();
 void class_init();
 void message_init();
-void msg_init();
 void option_init();
 void imem_init();
 void qorcpu_init();
@@ -33,7 +32,6 @@ bool geom_bridge_connect();
 
 void geom_bridge_disconnect();
 void qorrun_terminate();
-void msg_terminate();
 void option_terminate();
 void imem_terminate();
 void textfile_terminate();

@@ -13,11 +13,9 @@ namespace qor {
 // binds its parents first and resetting one resets what is bound below it.
 struct Ap {
     Ap *parent = nullptr;
-    Ap *child = nullptr;
-    Ap *sibling = nullptr;
     Ap *chain = nullptr;       // next node bound to the same object
     QOR_OBJECT *obj = nullptr; // the binding; holds no count
-    STRNG name{0, 0, nullptr};
+    Strng name;
     // The bound nodes among the children, so that a reset visits no others.
     Ap *bound_child = nullptr;
     Ap *bound_next = nullptr;

@@ -15,13 +15,18 @@ struct Ap;
 // Two sizes: a string's record is 8 bytes longer than all others.
 //
 //   flags  bits 0-5 type id (signed), 6 defined, 7 being cleared, 8-31 count
-//   head   bytes cut from the left of a string's buffer: value.string.data
-//          points behind them, so that cutting a long text item by item does
-//          not move what remains. Always 0 for other types.
+//   head   of a string: bytes cut from the left of its buffer; data points
+//          behind them, so that cutting a long text item by item does not move
+//          what remains
+//   pins   of any other type: how many running methods have the object as
+//          their receiver; it lives that long, also without a reference
 //   aps    chain of the access paths bound to the object
 struct QOR_OBJECT {
     uint32_t flags;
-    uint32_t head;
+    union {
+        uint32_t head;
+        uint32_t pins;
+    };
     qor::Ap *aps;
     union {
         int32_t int_value;
@@ -90,6 +95,11 @@ inline bool is_scalar_type(int32_t type) {
 inline bool is_reusable_scalar(const QOR_OBJECT *o) {
     return o && (o->flags >> 7) == 2 && !o->aps && is_scalar_type(type_of(o));
 }
+
+// Keeps an object alive for the run of a method, invisibly to its count.
+inline void pin(QOR_OBJECT *o) { ++o->pins; }
+inline bool is_pinned(const QOR_OBJECT *o) { return o->pins != 0 && type_of(o) != TYPE_STRING; }
+void unpin(QOR_OBJECT *o);
 
 // Moves a string's text back to the begin of its buffer, for callers that get
 // the record's address and may grow or free the buffer.

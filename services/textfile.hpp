@@ -2,12 +2,10 @@
 #pragma once
 
 #include "kernel/strng.hpp"
+#include "kernel/upcalls.hpp" // TEXTFILE_OPEN_APPEND, textfile_flush_all
 #include "qor/textfile.h"
 
 namespace qor {
-
-// Opens for appending.
-void TEXTFILE_OPEN_APPEND(int32_t *file, STRNG name, int32_t *status);
 
 // The expanded names of all included files, in order of first inclusion: a
 // list object owned here.

@@ -12,6 +12,11 @@ QOR_BEGIN_C
  * temporary directory. Call it after QORPROC_INIT. Nothing here aborts. */
 QOR_API void OPTION_LOAD_OPTIONS(int32_t argc, const char *const *argv);
 
+/* A host may supply the temporary directory of a run that sets no temp_dir:
+ * OPTION_LOAD_OPTIONS then asks the supplier and stores a copy of the answer as
+ * that option. On a null answer the derived directory holds. */
+QOR_API void OPTION_SET_TEMP_DIR_SUPPLIER(const char *(*supplier)(void));
+
 /* 1 when the option is set, with a value or without. */
 QOR_API int32_t OPTION_ISOPT_C(const char *name);
 /* 1 when set; the buffer receives the value or the empty text. Its size is

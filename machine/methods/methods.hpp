@@ -12,6 +12,13 @@ extern MSG qormeth_msg; // channel "QORMETH"
 // is kept.
 extern int32_t qormeth_work_int;
 
+// The top object, taken off the stack; aborts when there is none.
+inline Object_var pop_object() {
+    Object_var object;
+    QORCPU_POP_OBJ(&object);
+    return object;
+}
+
 // Each family registers its table.
 void register_operators();
 void register_conversions();

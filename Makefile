@@ -1,0 +1,76 @@
+# The front door. CMake is the house behind it; each target installs what it
+# needs first (Debian packages by name) and is quick the second time.
+
+PREFIX ?= /usr/local
+JOBS ?= $(shell nproc)
+PACKAGES = sh cmake/packages.sh
+
+BUILD_PACKAGES = g++ cmake ninja-build
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev
+LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
+FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
+
+EXAMPLE = examples/airports
+RESULTS = build/example-results
+FUZZ_SECONDS ?= 60
+
+.PHONY: all run build test asan bench lint format fuzz docs install package clean
+
+all: build
+
+run: build
+	@mkdir -p $(RESULTS)
+	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script airports.qor -results $(CURDIR)/$(RESULTS)
+
+build:
+	@$(PACKAGES) $(BUILD_PACKAGES)
+	@cmake --preset release -DQOR_TESTS=OFF > build.log 2>&1 || { cat build.log; rm -f build.log; exit 1; }; rm -f build.log
+	@cmake --build build -j $(JOBS)
+
+test:
+	@$(PACKAGES) $(TEST_PACKAGES)
+	@cmake --preset release -DQOR_TESTS=ON
+	@cmake --build build -j $(JOBS)
+	@ctest --test-dir build --output-on-failure -j $(JOBS)
+
+# The same tests with the address and undefined behaviour sanitizers.
+asan:
+	@$(PACKAGES) $(TEST_PACKAGES)
+	@cmake --preset asan
+	@cmake --build build-asan -j $(JOBS)
+	@ctest --test-dir build-asan --output-on-failure -j $(JOBS)
+
+bench: build
+	@$(PACKAGES) $$(cat bench/packages.txt)
+	@sh bench/run.sh
+
+lint:
+	@$(PACKAGES) $(LINT_PACKAGES)
+	@git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format --dry-run -Werror
+	@cmake --preset release -DQOR_TESTS=ON
+	@git ls-files '*.cpp' | grep -v -e '^tests/' | xargs -P $(JOBS) -n 4 clang-tidy -p build --quiet
+
+format:
+	@git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format -i
+
+# Mutated scripts through the compiler and the machine; what is found lands in
+# build-fuzz/findings.
+fuzz:
+	@$(PACKAGES) $(FUZZ_PACKAGES)
+	@cmake --preset fuzz
+	@cmake --build build-fuzz -j $(JOBS)
+	@mkdir -p build-fuzz/findings
+	@build-fuzz/bin/compile_fuzz $(FUZZ_SECONDS) tests/scripts build-fuzz/findings
+
+# Regenerates the reference of the built-in methods from the method tables.
+docs: build
+	@sh docs/generate-methods.sh build/bin/qor > docs/methods.md.new && mv docs/methods.md.new docs/methods.md
+
+install: build
+	@cmake --install build --prefix $(PREFIX)
+
+package: build
+	@cd build && cpack -G TGZ
+
+clean:
+	rm -rf build build-asan build-debug build-fuzz

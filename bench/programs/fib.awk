@@ -1,0 +1,4 @@
+function fib(n) {
+    return n < 2 ? n : fib(n - 1) + fib(n - 2)
+}
+BEGIN { print fib(31) }

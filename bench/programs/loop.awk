@@ -1,0 +1,9 @@
+BEGIN {
+    var["i"] = 0
+    var["sum"] = 0
+    while (var["i"] < 10000000) {
+        var["i"] = var["i"] + 1
+        var["sum"] = (var["sum"] + var["i"]) % 1000003
+    }
+    print var["sum"]
+}

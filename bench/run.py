@@ -1,0 +1,206 @@
+"""Runs the same work in QorScript and in other languages and prints a Markdown table of CPU seconds.
+
+Every program's output is checked, so a fast wrong answer stops the run. What is measured is the CPU time (user and system)
+of the child, so what else the machine does counts little; the languages take turns within each round for the same reason.
+"""
+
+import argparse
+import hashlib
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+PROGRAMS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "programs")
+LINES = 1_000_000
+MODULUS = 1000003
+
+# Name, command, ending of its programs, argument that gives its version.
+LANGUAGES = [
+    ("QorScript", None, "qor", None),
+    ("Lua", "lua5.4", "lua", "-v"),
+    ("Python", "/usr/bin/python3", "py", "--version"),
+    ("Perl", "perl", "pl", "-v"),
+    ("Tcl", "tclsh8.6", "tcl", None),
+    ("gawk", "gawk", "awk", "--version"),
+    ("Miller", "mlr", "mlr", "--version"),
+]
+
+TASKS = [
+    ("loop", "counting loop on map entries, 10,000,000 passes"),
+    ("loop_plain", "the same on plain local variables"),
+    ("fib", "recursive Fibonacci of 31"),
+    ("lists", "cut and rebuild a comma list of 40 items, 100,000 times"),
+    ("map", "fill and read a map of 400,000 keys"),
+    ("count", "count 1,000,000 lines by a field"),
+    ("transfer", "route 1,000,000 lines by a field, write two of three branches"),
+]
+
+
+class Work:
+    """The input file and what the programs must print and write for it."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        self.input = os.path.join(folder, "sales.csv")
+        self.out = os.path.join(folder, "out")
+        os.mkdir(self.out)
+        counts = {}
+        self.files = {"north": hashlib.sha256(), "south": hashlib.sha256()}
+        state = 1
+        with open(self.input, "w", encoding="ascii") as file:
+            for i in range(LINES):
+                state = state * 1103515245 + 12345 & 0x7FFFFFFF
+                key = "key%03d" % (state // 65536 % 200)
+                region = ("north", "south", "west")[state // 256 % 3]
+                file.write("%07d,%s,%s,%d.%02d,remark of line %d\n" % (i, key, region, state % 1000, i % 100, i))
+                counts[key] = counts.get(key, 0) + 1
+                if region in self.files:
+                    self.files[region].update(b"%07d,%s\n" % (i, key.encode()))
+        loop = 10_000_000 * 10_000_001 // 2 % MODULUS
+        kept = ",".join("item%d" % i for i in range(1, 41) if i != 20)
+        self.expected = {
+            "loop": "%d\n" % loop,
+            "loop_plain": "%d\n" % loop,
+            "fib": "1346269\n",
+            "lists": "%s\n%d\n" % (kept, len(kept) * 100_000 % MODULUS),
+            "map": "%d\n" % (sum(range(400_000)) % MODULUS),
+            "count": "".join("%s %d\n" % item for item in sorted(counts.items())),
+            "transfer": "status 0\n",
+        }
+
+    def check(self, task, who, printed):
+        # Miller's program has nothing to print.
+        if printed != (self.expected[task] if who != "Miller" else ""):
+            sys.exit("bench: %s of %s printed something else than expected:\n%s" % (task, who, printed[:500]))
+        if task == "transfer":
+            for name, digest in self.files.items():
+                with open(os.path.join(self.out, name), "rb") as file:
+                    if hashlib.sha256(file.read()).digest() != digest.digest():
+                        sys.exit("bench: %s of %s wrote a wrong file %s" % (task, who, name))
+
+
+def command(program, ending, task, source, out):
+    path = os.path.join(PROGRAMS, "%s.%s" % (task, ending))
+    data = task in ("count", "transfer")
+    if ending == "qor":
+        return [program, "-cgi", "-script", path] + (["-input", source, "-out", out] if data else [])
+    if ending == "awk":
+        return [program, "-v", "out=" + out, "-f", path] + ([source] if data else [])
+    if ending == "mlr":
+        return [program, "--inidx", "--ifs", ",", "--from", source, "put", "-q", "-f", path]
+    return [program, path] + ([source, out] if data else [])
+
+
+def run(arguments, folder, out, watch=lambda pid: None):
+    """CPU seconds and standard output of a child; watch is called with its id while it runs."""
+    with open(os.path.join(folder, "printed"), "w+b") as printed:
+        environment = dict(os.environ, LC_ALL="C", OUT=out)
+        child = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=printed, env=environment)
+        watch(child.pid)
+        status, usage = os.wait4(child.pid, 0)[1:]
+        child.returncode = os.waitstatus_to_exitcode(status)
+        if child.returncode:
+            sys.exit("bench: %s ended with %d" % (" ".join(arguments), child.returncode))
+        printed.seek(0)
+        return usage.ru_utime + usage.ru_stime, printed.read().decode("utf-8", "replace")
+
+
+def version(program, argument):
+    if not argument:
+        return ""
+    done = subprocess.run([program, argument], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    words = done.stdout.replace("(v", " ").replace(")", " ").replace(",", " ").split()
+    return next((word for word in words if word[0].isdigit() and "." in word), "")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="run.sh", description="Compares QorScript with other languages.")
+    parser.add_argument("qor", help="the program qor")
+    parser.add_argument("tasks", nargs="*", help="tasks to run, all when none is named; memory is one of them")
+    parser.add_argument("--rounds", type=int, default=3)
+    options = parser.parse_intermixed_args()
+    names = [name for name, _ in TASKS] + ["memory"]
+    for task in options.tasks:
+        if task not in names:
+            parser.error("unknown task %s, there are %s" % (task, ", ".join(names)))
+    wanted = options.tasks or names
+
+    languages = []
+    for who, program, ending, argument in LANGUAGES:
+        found = shutil.which(program or options.qor)
+        if found:
+            languages.append((who, os.path.abspath(found), ending, version(found, argument)))
+        else:
+            print("bench: %s is missing and left out" % (program or options.qor), file=sys.stderr)
+
+    with tempfile.TemporaryDirectory(prefix="qor-bench-") as folder:
+        work = Work(folder)
+        print("| CPU seconds (ratio to Python) | %s |" % " | ".join(("%s %s" % (l[0], l[3])).strip() for l in languages))
+        print("|---|%s" % ("---|" * len(languages)))
+        for task, title in TASKS:
+            if task in wanted:
+                print("| %s | %s |" % (title, " | ".join(measure(work, task, languages, options.rounds))), flush=True)
+        if "memory" in wanted:
+            memory(work, languages[0][1])
+
+
+def measure(work, task, languages, rounds):
+    """The cells of a row: the median of each language."""
+    runners = [l for l in languages if os.path.exists(os.path.join(PROGRAMS, "%s.%s" % (task, l[2])))]
+    seconds = {l[0]: [] for l in runners}
+    for _ in range(rounds):
+        for who, program, ending, _ in runners:
+            taken, printed = run(command(program, ending, task, work.input, work.out), work.folder, work.out)
+            work.check(task, who, printed)
+            seconds[who].append(taken)
+    medians = {who: statistics.median(taken) for who, taken in seconds.items()}
+    base = medians.get("Python")
+    return [("%.2f (%.2f)" % (medians[l[0]], medians[l[0]] / base) if base else "%.2f" % medians[l[0]])
+            if l[0] in medians else "" for l in languages]
+
+
+def peak_watcher(peak):
+    """Keeps a child's high-water mark of memory, in KiB, in peak[0]. The rusage of a child would count this program's own
+    memory too, since that is what the child starts from; the mark in /proc begins anew with the program it runs."""
+    def watch(pid):
+        while not os.waitid(os.P_PID, pid, os.WEXITED | os.WNOHANG | os.WNOWAIT):
+            with open("/proc/%d/status" % pid, encoding="ascii", errors="replace") as status:
+                for line in status:
+                    if line.startswith("VmHWM:") and started(pid):
+                        peak[0] = max(peak[0], int(line.split()[1]))
+            time.sleep(0.002)
+    return watch
+
+
+def started(pid):
+    """Whether the child already runs its program and is not a copy of this one any more."""
+    try:
+        return os.readlink("/proc/%d/exe" % pid) != os.readlink("/proc/self/exe")
+    except OSError:
+        return False
+
+
+def memory(work, qor):
+    """Peak memory of the transfer for one and for ten copies of the input: it must not grow with the input."""
+    tenfold = os.path.join(work.folder, "tenfold.csv")
+    with open(tenfold, "wb") as target:
+        for _ in range(10):
+            with open(work.input, "rb") as source:
+                shutil.copyfileobj(source, target)
+    peaks, written = [], []
+    for source in (work.input, tenfold):
+        peak = [0]
+        run(command(qor, "qor", "transfer", source, work.out), work.folder, work.out, peak_watcher(peak))
+        peaks.append(peak[0] / 1024)
+        written.append(os.path.getsize(os.path.join(work.out, "north")))
+    if written[1] != 10 * written[0]:
+        sys.exit("bench: the transfer of ten copies wrote %d bytes, of one copy %d" % (written[1], written[0]))
+    print("\nPeak memory of the QorScript transfer: %.1f MiB for the input, %.1f MiB for ten copies of it, ratio %.2f"
+          % (peaks[0], peaks[1], peaks[1] / peaks[0]))
+
+
+main()

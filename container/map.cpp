@@ -1,0 +1,496 @@
+#include "qor/map.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "container/map.hpp"
+#include "container/trie.hpp"
+#include "kernel/lifecycle.hpp"
+#include "kernel/storage.hpp"
+#include "object/object.hpp"
+#include "qor/msg.h"
+
+// The order chain runs through the nodes that hold an object, and through no
+// others. A removed key keeps its node without an object.
+struct QOR_MAP {
+    QOR_OBJECT *default_object = nullptr; // owns one reference
+    qor::Strng label;
+    qor::Trie trie;
+    qor::Map_node *first = nullptr;
+    qor::Map_node *read = nullptr; // what the next read returns
+    qor::Map_node *last = nullptr;
+};
+
+namespace qor {
+
+namespace {
+
+constexpr uint32_t KEY_LIMIT = 1024;
+constexpr std::string_view DEFAULT_KEY = "DEFAULT";
+
+QOR_MAP *root_map = nullptr;
+QOR_OBJECT *root_object = nullptr;
+
+bool check_key(std::string_view key) {
+    if (key.size() <= KEY_LIMIT) return true;
+    MESSAGE_DISPLAY_ERROR1_C("map key is longer than 1024 characters ");
+    MESSAGE_ABORT_S(borrow(key));
+    return false;
+}
+
+bool check_map(const QOR_MAP *map) {
+    if (map) return true;
+    MESSAGE_ABORT1_C("MAP is QOR_NIL\n");
+    return false;
+}
+
+// The node of a key that has a value.
+Map_node *find_node(QOR_MAP *map, std::string_view key) {
+    if (!check_key(key) || key == DEFAULT_KEY) return nullptr;
+    Map_node *node = map->trie.find(key);
+    return node && node->object ? node : nullptr;
+}
+
+void chain_append(QOR_MAP *map, Map_node *node) {
+    node->next = nullptr;
+    node->previous = map->last;
+    (map->last ? map->last->next : map->first) = node;
+    map->last = node;
+}
+
+void chain_remove(QOR_MAP *map, Map_node *node) {
+    (node->previous ? node->previous->next : map->first) = node->next;
+    (node->next ? node->next->previous : map->last) = node->previous;
+    if (map->read == node) map->read = node->next;
+}
+
+// Stores the variable's reference in a node that may hold an object already.
+void put(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
+    QOR_OBJECT *old = node->object;
+    node->object = *variable;
+    *variable = nullptr;
+    if (old)
+        OBJ_remove_object(&old);
+    else
+        chain_append(map, node);
+}
+
+void put_default(QOR_MAP *map, QOR_OBJECT **variable) {
+    QOR_OBJECT *old = map->default_object;
+    map->default_object = *variable;
+    *variable = nullptr;
+    OBJ_remove_object(&old);
+}
+
+QOR_MAP *new_map() { return new (storage_allocate(sizeof(QOR_MAP))) QOR_MAP; }
+
+void clear(QOR_MAP *map) {
+    if (!map->first && !map->default_object) return;
+    Map_node *node = map->first;
+    map->first = map->read = map->last = nullptr;
+    while (node) {
+        Map_node *next = node->next;
+        OBJ_remove_object(&node->object);
+        node = next;
+    }
+    map->trie.clear_or_keep();
+    OBJ_remove_object(&map->default_object);
+}
+
+// Owns a map while it is being filled: a copy may abort half way.
+struct Map_owner {
+    QOR_MAP *map = new_map();
+    Map_owner() = default;
+    Map_owner(const Map_owner &) = delete;
+    Map_owner &operator=(const Map_owner &) = delete;
+    ~Map_owner() { MAP_REMOVE(&map); }
+    QOR_MAP *release() { return std::exchange(map, nullptr); }
+};
+
+void copy_entries(QOR_MAP *source, QOR_MAP *target) {
+    const Nesting nesting;
+    Strng key;
+    for (const Map_node *node = source->first; node; node = node->next) {
+        Object_var copy;
+        OBJ_copy_object(node->object, &copy);
+        map_key(node, &key);
+        MAP_INSERT_MOVED(target, key, &copy);
+    }
+    if (source->default_object) {
+        Object_var copy;
+        OBJ_copy_object(source->default_object, &copy);
+        put_default(target, &copy);
+    }
+    target->label.assign(source->label.text());
+}
+
+} // namespace
+
+QOR_OBJECT *map_find(QOR_MAP *map, STRNG key) {
+    if (!map) return nullptr;
+    const Map_node *node = find_node(map, view(key));
+    return node ? node->object : map->default_object;
+}
+
+QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache) {
+    if (!map) return nullptr;
+    if (cache->generation != map->trie.generation()) {
+        if (!check_key(view(key)) || view(key) == DEFAULT_KEY) return map->default_object;
+        Map_node *node = map->trie.find(view(key));
+        if (!node) return map->default_object;
+        *cache = {map->trie.generation(), node};
+    }
+    return cache->node->object ? cache->node->object : map->default_object;
+}
+
+void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable) {
+    if (cache->generation != map->trie.generation()) {
+        if (key.length == 0 || !check_key(view(key)) || view(key) == DEFAULT_KEY) {
+            MAP_INSERT_MOVED(map, key, variable);
+            OBJ_remove_object(variable);
+            return;
+        }
+        Map_node *node = map->trie.find_or_create(view(key));
+        *cache = {map->trie.generation(), node};
+    }
+    Map_node *node = cache->node;
+    QOR_OBJECT *old = node->object;
+    if (old && count_of(old) == 1 && is_scalar_type(type_of(old)) && !is_pinned(old)) {
+        // Nobody else has the old value: its record goes back for the next one.
+        add_reference(old);
+        put(map, node, variable);
+        *variable = old;
+        return;
+    }
+    put(map, node, variable);
+}
+
+const Map_node *map_first(const QOR_MAP *map) { return map->first; }
+const Map_node *map_next(const Map_node *entry) { return entry->next; }
+QOR_OBJECT *map_object(const Map_node *entry) { return entry->object; }
+void map_key(const Map_node *entry, STRNG *key) { trie_key(entry, key); }
+
+void map_sort(QOR_MAP *map, bool descending) {
+    struct Entry {
+        Strng key;
+        size_t compared; // the key counts up to a zero byte
+        Object_var value;
+    };
+    std::vector<Entry> entries;
+    for (const Map_node *node = map->first; node; node = node->next) {
+        Entry &e = entries.emplace_back();
+        map_key(node, &e.key);
+        e.compared = std::min(e.key.text().find('\0'), e.key.text().size());
+        OBJ_copy_object(node->object, &e.value);
+    }
+    std::stable_sort(entries.begin(), entries.end(), [descending](const Entry &a, const Entry &b) {
+        const int order = a.key.text().substr(0, a.compared).compare(b.key.text().substr(0, b.compared));
+        return descending ? order > 0 : order < 0;
+    });
+    clear(map);
+    for (Entry &e : entries) MAP_INSERT_MOVED(map, e.key, &e.value);
+}
+
+void map_swap(QOR_MAP *source, QOR_MAP **variable) {
+    Map_owner target;
+    Strng key;
+    Strng text;
+    for (const Map_node *node = source->first; node; node = node->next) {
+        OBJ_to_string(node->object, &text);
+        map_key(node, &key);
+        MAP_INSERT_SVALUE(target.map, text, key);
+    }
+    if (source->default_object) {
+        Object_var copy;
+        OBJ_copy_object(source->default_object, &copy);
+        put_default(target.map, &copy);
+    }
+    *variable = target.release();
+}
+
+void map_init() {
+    static bool done = false;
+    if (!first_time(done)) return;
+    root_map = new_map();
+    BTYP_create_map_ref(&root_object, root_map);
+}
+
+} // namespace qor
+
+using namespace qor;
+
+QOR_MAP *MAP_ROOT() { return root_map; }
+QOR_OBJECT *MAP_get_root_object() { return root_object; }
+
+void MAP_INITIALIZE(QOR_MAP **variable) { *variable = nullptr; }
+void MAP_CREATE_NONAME(QOR_MAP **variable) { *variable = new_map(); }
+
+void MAP_CREATE_C(QOR_MAP **variable, const char *name) {
+    *variable = new_map();
+    Object_var object;
+    BTYP_create_map_ref(&object, *variable);
+    MAP_INSERT_OBJECT_REF_C(root_map, name, object);
+}
+
+void MAP_GET_MAP_BY_NAME(QOR_MAP **map, STRNG name, int32_t *status) {
+    QOR_OBJECT *object = map_find(root_map, name);
+    *status = object ? 1 : 0;
+    if (object) BTYP_read_map_ref(object, map);
+}
+
+void MAP_GET_MAP_BY_NAME_C(QOR_MAP **map, const char *name, int32_t *status) {
+    MAP_GET_MAP_BY_NAME(map, borrow(name), status);
+}
+
+int32_t MAP_IS_DEFINED(const QOR_MAP *map) { return map ? 1 : 0; }
+
+void MAP_REMOVE(QOR_MAP **variable) {
+    QOR_MAP *map = *variable;
+    if (!map) return;
+    *variable = nullptr;
+    clear(map);
+    map->~QOR_MAP();
+    storage_free(map, sizeof(QOR_MAP));
+}
+
+void MAP_CLEAR(QOR_MAP **variable) {
+    if (*variable) clear(*variable);
+}
+
+void MAP_COPY(QOR_MAP *source, QOR_MAP **variable) {
+    if (!source) {
+        *variable = nullptr;
+        return;
+    }
+    Map_owner copy;
+    copy_entries(source, copy.map);
+    *variable = copy.release();
+}
+
+void MAP_FILL(QOR_MAP *source, QOR_MAP **variable) {
+    if (!check_map(*variable) || !check_map(source) || source == *variable) return;
+    // Entries of the source may live in the target alone.
+    Map_owner copy;
+    copy_entries(source, copy.map);
+    QOR_MAP *target = *variable;
+    clear(target);
+    copy_entries(copy.map, target);
+}
+
+// --- insertion -----------------------------------------------------------------------
+
+void MAP_INSERT_MOVED(QOR_MAP *map, STRNG key, QOR_OBJECT **variable) {
+    if (!check_map(map) || key.length == 0 || !check_key(view(key))) return;
+    if (view(key) == DEFAULT_KEY)
+        put_default(map, variable);
+    else
+        put(map, map->trie.find_or_create(view(key)), variable);
+}
+
+void MAP_INSERT_OBJECT_REF(QOR_MAP *map, STRNG key, QOR_OBJECT *object) {
+    Object_var reference;
+    OBJ_create_object_ref(object, &reference);
+    if (reference) MAP_INSERT_MOVED(map, key, &reference);
+}
+
+void MAP_INSERT_OBJECT_REF_C(QOR_MAP *map, const char *key, QOR_OBJECT *object) {
+    MAP_INSERT_OBJECT_REF(map, borrow(key), object);
+}
+
+void MAP_INSERT_OBJECT(QOR_MAP *map, STRNG key, QOR_OBJECT *object) {
+    Object_var copy;
+    OBJ_copy_object(object, &copy);
+    MAP_INSERT_MOVED(map, key, &copy);
+}
+
+void MAP_INSERT_OBJECT_C(QOR_MAP *map, const char *key, QOR_OBJECT *object) {
+    MAP_INSERT_OBJECT(map, borrow(key), object);
+}
+
+void MAP_INSERT_SVALUE(QOR_MAP *map, STRNG key, STRNG value) {
+    Object_var object;
+    BTYP_create_string(&object, value);
+    MAP_INSERT_MOVED(map, key, &object);
+}
+
+void MAP_INSERT_SVALUE_C(QOR_MAP *map, const char *key, STRNG value) { MAP_INSERT_SVALUE(map, borrow(key), value); }
+
+void MAP_INSERT_IVALUE(QOR_MAP *map, STRNG key, int32_t value) {
+    Object_var object;
+    BTYP_create_int(&object, value);
+    MAP_INSERT_MOVED(map, key, &object);
+}
+
+void MAP_INSERT_IVALUE_C(QOR_MAP *map, const char *key, int32_t value) { MAP_INSERT_IVALUE(map, borrow(key), value); }
+
+void MAP_INSERT_VALUE_C(QOR_MAP *map, const char *key, const char *value) {
+    MAP_INSERT_SVALUE(map, borrow(key), borrow(value));
+}
+
+// --- look-up ---------------------------------------------------------------------------
+
+void MAP_MAP_OBJECT_REF(QOR_MAP *map, STRNG key, QOR_OBJECT **variable, int32_t *status) {
+    if (!map) {
+        OBJ_remove_object(variable);
+        *status = 0;
+        return;
+    }
+    QOR_OBJECT *object = map_find(map, key);
+    *status = object ? 1 : 0;
+    if (object) OBJ_create_object_ref(object, variable);
+}
+
+void MAP_MAP_OBJECT_REF_C(QOR_MAP *map, const char *key, QOR_OBJECT **variable, int32_t *status) {
+    MAP_MAP_OBJECT_REF(map, borrow(key), variable, status);
+}
+
+void MAP_MAP_OBJECT(QOR_MAP *map, STRNG key, QOR_OBJECT **variable, int32_t *status) {
+    if (!map) OBJ_remove_object(variable);
+    QOR_OBJECT *object = map_find(map, key);
+    *status = object ? 1 : 0;
+    if (object) OBJ_copy_object(object, variable);
+}
+
+void MAP_MAP_OBJECT_C(QOR_MAP *map, const char *key, QOR_OBJECT **variable, int32_t *status) {
+    MAP_MAP_OBJECT(map, borrow(key), variable, status);
+}
+
+void MAP_MAP_SVALUE(QOR_MAP *map, STRNG key, STRNG *value, int32_t *status) {
+    QOR_OBJECT *object = map_find(map, key);
+    *status = object ? 1 : 0;
+    if (object)
+        BTYP_read_string(object, value);
+    else
+        strng_assign(value, "@");
+}
+
+void MAP_MAP_VALUE_C(QOR_MAP *map, const char *key, STRNG *value, int32_t *status) {
+    MAP_MAP_SVALUE(map, borrow(key), value, status);
+}
+
+void MAP_MAP_SVALUE_N(QOR_MAP *map, uint32_t length, const char *characters, STRNG *value, int32_t *status) {
+    MAP_MAP_SVALUE(map, borrow({characters, length}), value, status);
+}
+
+void MAP_MAP_IVALUE_C(QOR_MAP *map, const char *key, int32_t *value, int32_t *status) {
+    QOR_OBJECT *object = map_find(map, borrow(key));
+    *status = object ? 1 : 0;
+    if (object) BTYP_read_int(object, value);
+}
+
+int32_t MAP_TEST_KEY(QOR_MAP *map, STRNG key) { return map && find_node(map, view(key)) ? 1 : 0; }
+int32_t MAP_TEST_KEY_C(QOR_MAP *map, const char *key) { return MAP_TEST_KEY(map, borrow(key)); }
+
+void MAP_GET_KEY_POS(QOR_MAP *map, STRNG key, uint32_t *position, int32_t *status) {
+    *status = 0;
+    if (!map) return;
+    const Map_node *wanted = find_node(map, view(key));
+    *position = 1;
+    for (const Map_node *node = map->first; node; node = node->next, ++*position) {
+        if (node != wanted) continue;
+        *status = 1;
+        return;
+    }
+}
+
+// --- reading in order --------------------------------------------------------------------
+
+void MAP_RESET_READ(QOR_MAP **variable) {
+    if (check_map(*variable)) (*variable)->read = (*variable)->first;
+}
+
+void MAP_READ_OBJECT_REF(QOR_MAP **variable, STRNG *key, QOR_OBJECT **object, int32_t *status) {
+    QOR_MAP *map = *variable;
+    *status = map && map->read ? 1 : 0;
+    if (!*status) return;
+    const Map_node *node = map->read;
+    map->read = node->next;
+    map_key(node, key);
+    OBJ_create_object_ref(node->object, object);
+}
+
+void MAP_READ_OBJECT(QOR_MAP **variable, STRNG *key, QOR_OBJECT **object, int32_t *status) {
+    Object_var reference;
+    MAP_READ_OBJECT_REF(variable, key, &reference, status);
+    if (*status) OBJ_copy_object(reference, object);
+}
+
+void MAP_READ_VALUE(QOR_MAP **variable, STRNG *key, STRNG *value, int32_t *status) {
+    Object_var reference;
+    MAP_READ_OBJECT_REF(variable, key, &reference, status);
+    if (*status) BTYP_read_string(reference, value);
+}
+
+void MAP_REMOVE_OBJECT(QOR_MAP *map, STRNG key, int32_t *status) {
+    Map_node *node = map ? find_node(map, view(key)) : nullptr;
+    *status = node ? 1 : 0;
+    if (!node) return;
+    chain_remove(map, node);
+    QOR_OBJECT *object = std::exchange(node->object, nullptr);
+    if (!map->first) map->trie.clear_or_keep();
+    OBJ_remove_object(&object);
+}
+
+void MAP_REMOVE_OBJECT_C(QOR_MAP *map, const char *key, int32_t *status) {
+    MAP_REMOVE_OBJECT(map, borrow(key), status);
+}
+
+// --- label, name, diagnostics ----------------------------------------------------------------
+
+void MAP_SET_LABEL(QOR_MAP *map, STRNG label) {
+    if (check_map(map)) map->label.assign(view(label));
+}
+
+void MAP_SET_LABEL_C(QOR_MAP *map, const char *label) { MAP_SET_LABEL(map, borrow(label)); }
+
+void MAP_GET_LABEL(QOR_MAP *map, STRNG *label) {
+    if (check_map(map)) strng_assign(label, map->label.text());
+}
+
+void MAP_GET_LABEL_C(QOR_MAP *map, char *label) {
+    if (check_map(map)) STRNG2_MSTRING_TO_CSTRING(map->label, label);
+}
+
+void MAP_GET_NAME(QOR_MAP *map, STRNG *name) {
+    for (const Map_node *node = root_map->first; node; node = node->next) {
+        if (node->object->handle != map) continue;
+        map_key(node, name);
+        return;
+    }
+    strng_assign(name, "NONAME");
+}
+
+void MAP_DISPLAY(QOR_MAP *map) {
+    if (!map) {
+        MESSAGE_DISPLAY1_C("MAP is QOR_NIL\n");
+        return;
+    }
+    Strng name;
+    MAP_GET_NAME(map, &name);
+    // Put together before anything is shown: showing may run script code, which
+    // may change the map.
+    std::vector<Strng> lines;
+    const auto line = [&lines](std::string_view a, std::string_view b, std::string_view c) {
+        Strng &text = lines.emplace_back();
+        text.append(a);
+        text.append(b);
+        text.append(c);
+    };
+    line("--- MAP ", name.text(), " -------");
+    if (!map->label.empty()) line("   LABEL IS ", map->label.text(), "");
+    Strng key;
+    Strng value;
+    for (const Map_node *node = map->first; node; node = node->next) {
+        map_key(node, &key);
+        OBJ_to_display_string(node->object, &value);
+        line("   ", key.text(), " -> ");
+        lines.back().append(value.text());
+    }
+    line("--- END MAP ", name.text(), " ---");
+    for (const Strng &text : lines) MESSAGE_DISPLAY_S(text);
+}
+
+void MAP_CHECK_MAP(QOR_MAP *map) {
+    if (!map) return;
+    for (const Map_node *node = map->first; node; node = node->next) OBJ_check_object(node->object);
+}

@@ -1,0 +1,120 @@
+// What the families that work on texts share: texts on the stack without
+// copying them, work buffers, and names looked up at run time.
+#pragma once
+
+#include <memory>
+
+#include "machine/methods/methods.hpp"
+
+namespace qor {
+
+// The flag bits of an object without its count: type and defined.
+inline constexpr uint32_t kind_bits(Type type) { return OBJ_DEFINED | static_cast<uint32_t>(type); }
+inline bool has_value(const QOR_OBJECT *o, Type type) { return o && (o->flags & 0x7f) == kind_bits(type); }
+
+// Shows the method as the channel's procedure and aborts.
+[[gnu::cold]] void qormeth_abort(const char *method, const char *text);
+[[gnu::cold]] void qormeth_abort(const char *method, const char *prefix, STRNG value, const char *suffix);
+
+// The slot that lies depth below the top; the stack must reach that deep.
+inline QOR_OBJECT **stack_slot(int32_t depth) { return &qorcpu_stack[qorcpu_stack_top - 1 - depth]; }
+
+// Tells whether the n topmost objects are defined strings. If they are not,
+// they are popped as n texts, which aborts at the first that is none; should
+// the abort return, the caller returns too.
+inline bool texts_on_top(int32_t n) {
+    bool all = qorcpu_stack_top >= n;
+    for (int32_t depth = 0; all && depth < n; ++depth) all = has_value(*stack_slot(depth), TYPE_STRING);
+    if (all) [[likely]] return true;
+    for (; n > 0; --n) {
+        Strng text;
+        QORCPU_POPS(&text);
+    }
+    return false;
+}
+
+// The same for n objects of any type.
+inline bool objects_on_top(int32_t n) {
+    bool all = qorcpu_stack_top >= n;
+    for (int32_t depth = 0; all && depth < n; ++depth) all = *stack_slot(depth) != nullptr;
+    if (all) [[likely]] return true;
+    for (; n > 0; --n) QORCPU_POP();
+    return false;
+}
+
+// Takes the top off: a scalar or a string of the stack's own stays in the slot
+// for the next content, a reference is given back.
+inline void discard_top() {
+    if (is_reusable_scalar(*stack_slot(0))) {
+        qorcpu_drop();
+    } else {
+        qorcpu_release_top();
+    }
+}
+
+// Borrowed from an operand that texts_on_top has tested. Valid until its slot
+// is pushed into or released, or the text is changed.
+inline std::string_view operand_text(int32_t depth) { return text_of(*stack_slot(depth)); }
+
+// Nobody but the caller's variable or slot refers to the object.
+inline bool is_unshared(const QOR_OBJECT *o) { return count_of(o) == 1 && !o->aps; }
+
+// Makes the object in a slot one of the stack's own, since a method that is not
+// told to work in place must leave a variable alone that was pushed by reference.
+inline QOR_OBJECT *unshare(QOR_OBJECT **slot) {
+    if (!is_unshared(*slot)) copy_into(*slot, slot);
+    return *slot;
+}
+
+// The same for a tested text, ready for operations that may grow the buffer.
+inline STRNG *own_text(int32_t depth) {
+    QOR_OBJECT *o = unshare(stack_slot(depth));
+    normalize_string(o);
+    return string_of(o);
+}
+
+// The text up to a zero byte, for operations on C strings.
+inline std::string_view c_text(std::string_view text) { return text.substr(0, text.find('\0')); }
+
+// What OBJ_to_string gives, without a copy where the value is a text.
+inline std::string_view rendered(QOR_OBJECT *o, Strng &work) {
+    if (has_value(o, TYPE_STRING)) return text_of(o);
+    OBJ_to_string(o, &work);
+    return work.text();
+}
+
+// An empty string whose buffer outlives the call. Methods nest through script
+// code: a nested use gets a buffer of its own.
+class Work_text {
+  public:
+    Work_text() {
+        if (used < SPARES) text_ = std::move(spares[used]);
+        ++used;
+        text_.clear();
+    }
+    ~Work_text() {
+        if (--used < SPARES) spares[used] = std::move(text_);
+    }
+    Work_text(const Work_text &) = delete;
+    Work_text &operator=(const Work_text &) = delete;
+    Strng *operator->() { return std::addressof(text_); }
+    Strng &operator*() { return text_; }
+
+  private:
+    static constexpr int32_t SPARES = 16;
+    static Strng spares[SPARES];
+    static int32_t used;
+    Strng text_;
+};
+
+// The object that a dotted name leads to from the root, or QOR_NIL. May run
+// script code. Releasing the reference unbinds the name's path again, which
+// matters: what a list's SIZE leads to must not be remembered.
+Object_var object_by_name(std::string_view name);
+
+// Appends what an item of a display list stands for: a quoted text, the value
+// of a name, for "$" a value popped from the stack, else the item itself. With
+// maps_apart a map is displayed at once instead and false is returned.
+bool append_display_item(std::string_view item, bool maps_apart, Strng &result);
+
+} // namespace qor

@@ -1,0 +1,274 @@
+// The run: the instruction loop, calls of script code and their frames.
+#include "machine/qorcpu.hpp"
+
+#include "container/map.hpp"
+#include "kernel/lifecycle.hpp"
+#include "kernel/upcalls.hpp"
+#include "machine/methods/methods.hpp"
+#include "machine/trace.hpp"
+#include "qor/map.h"
+
+namespace qor {
+
+QOR_OBJECT *qorcpu_stack[STACK_SIZE];
+int32_t qorcpu_stack_top = 0;
+uint32_t qorcpu_pstack_top = 0;
+Instruction *qorcpu_instr = nullptr;
+MSG qorcpu_msg = nullptr;
+
+// Written at the depth of the caller before the test for an overflow, so one
+// cell more than there are depths.
+uint32_t qorcpu_return[PSTACK_SIZE + 1];
+uint32_t qorcpu_entry[PSTACK_SIZE + 1];
+
+namespace {
+
+// The locals of each depth. The deepest call has none: the last cell stays nil.
+QOR_MAP *qorcpu_frames[PSTACK_SIZE + 1];
+QOR_OBJECT *qorcpu_local_object = nullptr; // stands on the frame of the present depth
+Ap *qorcpu_local_path = nullptr;
+QOR_OBJECT *qorcpu_this = nullptr; // borrowed from the root entry THIS, or pinned by a running call
+Entry_cache this_entry;
+
+// --- frames ----------------------------------------------------------------------
+
+// Names under ROOT.LOCAL must find the new frame: the object stays, its value
+// is another map.
+void show_frame(uint32_t depth) {
+    qorcpu_local_object->handle = qorcpu_frames[depth];
+    AP_reset_children(qorcpu_local_path);
+}
+
+void QORCPU_ENTER_FRAME() {
+    // One depth late on purpose: the call from depth 255 still runs, without
+    // locals, and only the next one fails.
+    if (qorcpu_pstack_top >= PSTACK_SIZE) {
+        MSG_SET_PROC_C(qorcpu_msg, "ENTER_FRAME");
+        MSG_ABORT2_C(qorcpu_msg, "PStack Overflow");
+        return;
+    }
+    ++qorcpu_pstack_top;
+    MAP_CLEAR(&qorcpu_frames[qorcpu_pstack_top]);
+    show_frame(qorcpu_pstack_top);
+}
+
+void QORCPU_LEAVE_FRAME() {
+    if (qorcpu_pstack_top == 0) {
+        MSG_SET_PROC_C(qorcpu_msg, "LEAVE_FRAME");
+        MSG_ABORT2_C(qorcpu_msg, "PStack Underflow");
+        return;
+    }
+    OBJ_clear_object(qorcpu_local_object);
+    --qorcpu_pstack_top;
+    show_frame(qorcpu_pstack_top);
+}
+
+// --- calls -------------------------------------------------------------------------
+
+void set_this(QOR_OBJECT *receiver) {
+    qorcpu_this = receiver;
+    QOR_OBJECT *shown = map_find_cached(MAP_ROOT(), borrow("THIS"), &this_entry);
+    if (shown != receiver) MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "THIS", receiver);
+}
+
+// Keeps a receiver alive while a method runs on it, without a count that a
+// script could see.
+class Pinned {
+  public:
+    explicit Pinned(QOR_OBJECT *object) : object_(object) {
+        if (object_) pin(object_);
+    }
+    ~Pinned() {
+        if (object_) unpin(object_);
+    }
+    Pinned(const Pinned &) = delete;
+    Pinned &operator=(const Pinned &) = delete;
+
+  private:
+    QOR_OBJECT *object_;
+};
+
+// A script method runs with the object that its path's parent leads to as THIS.
+void call_script(const QOR_METHOD *method, Ap *path) {
+    const uint32_t address = method->address;
+    QOR_OBJECT *caller_this = qorcpu_this;
+    QOR_OBJECT *receiver = AP_resolve(path->parent);
+    const Pinned keep_caller(caller_this);
+    const Pinned keep_receiver(receiver);
+    if (receiver) set_this(receiver);
+    QORCPU_EXECUTE_PROC(address);
+    if (caller_this) set_this(caller_this);
+}
+
+// --- failures ------------------------------------------------------------------------
+
+Strng path_name(const Ap *path) {
+    Strng name;
+    if (path) AP_get_name(path, &name);
+    return name;
+}
+
+[[gnu::cold]] void unknown_attribute(const Ap *path) {
+    for (const Ap *ap = path ? path->parent : nullptr; ap; ap = ap->parent) {
+        if (!ap->obj) continue;
+        OBJ_display_object(ap->obj);
+        break;
+    }
+    MSG_SET_PROC_C(qorcpu_msg, "PUSHAP");
+    MSG_PABORT_C(qorcpu_msg, "attribute ", path_name(path), " unknown");
+}
+
+[[gnu::cold]] void unknown_container(const Ap *path) {
+    Strng text("unknown object ");
+    text.append(path_name(path).text());
+    MESSAGE_ABORT_S(text);
+}
+
+[[gnu::cold]] void refused_entry(const Ap *path, STRNG name) {
+    Strng text("object ");
+    text.append(path_name(path).text());
+    text.append(" can not insert subobject ");
+    text.append(view(name));
+    MESSAGE_ABORT_S(text);
+}
+
+// --- instructions ----------------------------------------------------------------------
+
+inline void push_copy(QOR_OBJECT *object) {
+    QOR_OBJECT **slot = qorcpu_push_slot();
+    if (is_scalar_type(type_of(object)) && is_reusable_scalar(*slot)) [[likely]] {
+        (*slot)->flags = (object->flags & 0x7f) | OBJ_ONE;
+        (*slot)->word = object->word;
+    } else {
+        copy_into(object, slot);
+    }
+}
+
+inline void pushap(Ap *path) {
+    QOR_OBJECT *object = path ? AP_resolve(path) : nullptr;
+    if (!object) [[unlikely]] return unknown_attribute(path);
+    switch (type_of(object)) {
+    case TYPE_METHOD: {
+        const QOR_METHOD *method = method_of(object);
+        if (method->kind == METHOD_NATIVE) [[likely]]
+            method->native();
+        else if (method->kind == METHOD_SCRIPT)
+            call_script(method, path);
+        return; // a method may leave the stack as it likes
+    }
+    case TYPE_MAP:
+        qorcpu_apply_map(map_of(object));
+        qorcpu_check_top();
+        return;
+    default: push_copy(object);
+    }
+}
+
+void pushap_ref(Ap *path) {
+    QOR_OBJECT *object = path ? AP_resolve(path) : nullptr;
+    if (!object) return unknown_attribute(path);
+    QORCPU_PUSH_OBJ_REF(object);
+}
+
+// Stores the very object that is on the stack: what PUSHAP pushed is a copy,
+// what PUSHAP & pushed is shared from now on.
+void popap(Instruction *instruction) {
+    qorcpu_check_top();
+    Ap *path = instruction->path;
+    QOR_OBJECT *container = path ? AP_resolve(path) : nullptr;
+    if (!container) [[unlikely]] return unknown_container(path);
+    QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
+    const STRNG name = *string_of(instruction->object);
+    if (type_of(container) == TYPE_MAP && map_of(container)) [[likely]] {
+        map_put_cached(map_of(container), name, &instruction->entry, slot);
+    } else {
+        Object_var moved;
+        std::swap(*&moved, *slot);
+        int32_t status = 0;
+        OBJ_insert_object_ref(container, name, moved, &status);
+        if (status != 1) return refused_entry(path, name);
+    }
+    qorcpu_drop();
+}
+
+// The two loops differ only in what ends them: a body ends with RETURN, the
+// program with PEND.
+void run_instructions(Instruction_kind end) {
+    for (;;) {
+        Instruction *instruction = qorcpu_instr = IMEM_FETCH();
+        if (instruction->kind == end) [[unlikely]] return;
+        switch (instruction->kind) {
+        case KIND_PUSH: push_copy(instruction->object); break;
+        case KIND_PUSHAP: pushap(instruction->path); break;
+        case KIND_POPAP: popap(instruction); break;
+        case KIND_GOTO: IMEM_SET_PC(instruction->target); break;
+        case KIND_IGOTO:
+            if (!qorcpu_pop_boolean()) IMEM_SET_PC(instruction->target);
+            break;
+        case KIND_PUSHAP_REF: pushap_ref(instruction->path); break;
+        case KIND_POP: QORCPU_POP(); break;
+        case KIND_PUSH_REF: QORCPU_PUSH_OBJ_REF(instruction->object); break;
+        case KIND_RETURN: // in the main program
+            QORCPU_LEAVE_FRAME();
+            return;
+        default: return; // PEND: no body holds one
+        }
+    }
+}
+
+} // namespace
+
+void QORCPU_EXECUTE_PROC(uint32_t address) {
+    qorcpu_return[qorcpu_pstack_top] = IMEM_GET_PC();
+    qorcpu_entry[qorcpu_pstack_top] = address;
+    QORCPU_ENTER_FRAME();
+    IMEM_SET_PC(address);
+    run_instructions(KIND_RETURN);
+    QORCPU_LEAVE_FRAME();
+    IMEM_SET_PC(qorcpu_return[qorcpu_pstack_top]);
+}
+
+void QORCPU_RUN() {
+    int32_t status;
+    CLASS_CREATE_METHOD_C("QOR", "ABORT", qorcpu_abort, 0, 0, 'P', "", &status);
+    IMEM_SET_PC(IMEM_GET_START());
+    run_instructions(KIND_PEND);
+}
+
+uint32_t QORCPU_GET_PSTACK_SIZE() { return qorcpu_pstack_top; }
+int32_t QORCPU_GET_STACK_SIZE() { return qorcpu_stack_top; }
+
+// The frames that are left are not cleared, and ROOT.LOCAL goes on showing the
+// abandoned one until the next call or return.
+void QORCPU_SET_PSTACK_SIZE(uint32_t depth) {
+    if (qorcpu_pstack_top <= depth) return;
+    qorcpu_pstack_top = depth;
+    IMEM_SET_PC(qorcpu_return[depth]);
+}
+
+void QORCPU_SET_STACK_SIZE(int32_t depth) {
+    while (qorcpu_stack_top > depth) {
+        --qorcpu_stack_top;
+        OBJ_remove_object(&qorcpu_stack[qorcpu_stack_top]);
+    }
+}
+
+void qorcpu_init() {
+    static bool done = false;
+    if (!first_time(done)) return;
+    MSG_CREATE_C(&qorcpu_msg, "QORCPU", 0);
+    register_trace_methods();
+    for (uint32_t depth = 0; depth < PSTACK_SIZE; ++depth) MAP_CREATE_NONAME(&qorcpu_frames[depth]);
+    BTYP_create_map_ref(&qorcpu_local_object, qorcpu_frames[0]);
+    MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "LOCAL", qorcpu_local_object);
+    for (const char *name : {"IN", "OUT", "VAR", "THIS"}) {
+        QOR_MAP *map;
+        MAP_CREATE_C(&map, name);
+    }
+    qorcpu_this = map_find(MAP_ROOT(), borrow("THIS"));
+    // Procedures may run before the main program does.
+    ap_init();
+    qorcpu_local_path = AP_create_path(borrow("ROOT.LOCAL"));
+}
+
+} // namespace qor
