@@ -35,8 +35,8 @@ void display_banner() {
     version.append(KERNEL_VERSION);
     const size_t width = std::max({PRODUCT.size() + 4, version.text().size() + 4, OWNER.size() + 4, MIN_WIDTH});
     display_stars(width);
-    for (std::string_view text : {std::string_view(), PRODUCT, std::string_view(), version.text(),
-                                  std::string_view(), OWNER, std::string_view()}) {
+    for (std::string_view text : {std::string_view(), PRODUCT, std::string_view(), version.text(), std::string_view(),
+                                  OWNER, std::string_view()}) {
         display_row(text, width);
     }
     display_stars(width);

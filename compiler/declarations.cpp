@@ -2,9 +2,9 @@
 // script as a whole. A declaration takes effect at once in the root map or in
 // the class's map; there is no symbol table beside them.
 #include "compiler/qorcomp_state.hpp"
-#include "container/map.hpp"
 #include "kernel/lifecycle.hpp"
 #include "object/class.hpp"
+#include "object/map_access.hpp"
 #include "qor/lex2.h"
 #include "qor/option.h"
 
@@ -125,9 +125,20 @@ void READ_MAP(int32_t *status) {
 
 // --- procedures, methods, classes ----------------------------------------------------
 
-void read_body(std::string_view closing, int32_t *status) {
+// The body of the current word's procedure in this map, just created. Until it is
+// complete a call does nothing: a message may run script code in the middle of
+// the compilation, and an INCLUDE that fails leaves the program running.
+void read_body(QOR_MAP *owner, std::string_view closing, int32_t *status) {
+    const Object_var object = Object_var::share(map_find(owner, qorcomp_token));
+    const uint32_t address = IMEM_GET_COUNT();
+    *status = object && type_of(object) == TYPE_METHOD;
+    if (!*status) return;
+    method_of(object)->kind = METHOD_MODEL;
     READ_STATEMENT_BLOCK(closing, status);
-    if (*status) emit(IMEM_EMIT_RETURN);
+    if (!*status) return;
+    emit(IMEM_EMIT_RETURN);
+    QOR_METHOD *method = method_of(object);
+    if (method->kind == METHOD_MODEL && method->address == address) method->kind = METHOD_SCRIPT;
 }
 
 void READ_PROCEDURE(int32_t *status) {
@@ -136,7 +147,7 @@ void READ_PROCEDURE(int32_t *status) {
     if (!expect_word()) return;
     announce_refused_key(qorcomp_token);
     CLASS_CREATE_PROCEDURE(qorcomp_token, IMEM_GET_COUNT(), status);
-    if (*status) read_body("END_PROCEDURE", status);
+    if (*status) read_body(procedure_directory(), "END_PROCEDURE", status);
 }
 
 void read_member(std::string_view closing, int32_t *status) {
@@ -144,7 +155,9 @@ void read_member(std::string_view closing, int32_t *status) {
     if (!expect_word()) return;
     announce_refused_key(qorcomp_token);
     CLASS_CREATE_SCRIPT_METHOD(qorcomp_class_name, qorcomp_token, IMEM_GET_COUNT(), status);
-    if (*status) read_body(closing, status);
+    // The methods of a class of this name are procedures.
+    QOR_MAP *owner = qorcomp_class_name.text() == "PROCEDURES" ? procedure_directory() : class_map();
+    if (*status) read_body(owner, closing, status);
 }
 
 void READ_CLASS_PROCEDURE(int32_t *status) {
@@ -207,6 +220,19 @@ void READ_CLASS(int32_t *status) {
             *status = 0;
         }
     } while (*status);
+}
+
+// A class MESSAGE that is not complete can not tell what is wrong with it: the
+// class that it replaces does.
+void restore_messages() {
+    if (qorcomp_class_name.text() != "MESSAGE") return;
+    QOR_MAP *native = nullptr;
+    int32_t status = 0;
+    MAP_GET_MAP_BY_NAME_C(&native, "NATIVE", &status);
+    QOR_OBJECT *saved = status ? map_find(native, qorcomp_class_name) : nullptr;
+    if (!saved) return;
+    MAP_INSERT_OBJECT_REF(class_directory(), qorcomp_class_name, saved);
+    MAP_INSERT_OBJECT_REF(MAP_ROOT(), qorcomp_class_name, saved);
 }
 
 // --- the two halves of a script --------------------------------------------------------
@@ -283,6 +309,7 @@ bool expect_word() {
 }
 
 void QORCOMP_DISPLAY_POSITION() {
+    restore_messages();
     Strng position(qorcomp_source_name.text());
     position.append(" line ");
     STRNG_APPCAR(qorcomp_line, &position, 0);
@@ -323,6 +350,7 @@ void READ_SCRIPT_FROM(STRNG name, int32_t parse, int32_t *status) {
         MAP_CLEAR(&map);
         read_program(status);
     }
+    if (!*status) restore_messages();
     LEX2_CLOSE();
 }
 

@@ -1,5 +1,6 @@
 #include "compiler/imem.hpp"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <string>
@@ -15,6 +16,7 @@ uint32_t imem_pc = 0;
 
 namespace {
 
+bool initialised = false;
 MSG imem_msg = nullptr;
 uint32_t count = 0; // the index of the next free row
 const uint32_t *current_source = nullptr;
@@ -61,7 +63,12 @@ void IMEM_EMIT_POPAP(STRNG name) {
     const size_t dot = text.rfind('.');
     const bool has_dot = dot != std::string_view::npos;
     Ap *container = has_dot ? AP_create_path(borrow(text.substr(0, dot))) : nullptr;
-    BTYP_create_string(&imem_program[count].object, borrow(has_dot ? text.substr(dot + 1) : text));
+    const std::string_view entry = has_dot ? text.substr(dot + 1) : text;
+    BTYP_create_string(&imem_program[count].object, borrow(entry));
+    // The node remembers the map entry for both ways, reading and storing.
+    Ap *stored = container ? AP_create_path(name) : nullptr;
+    const bool same = stored && stored->parent == container && stored->name.text() == entry;
+    imem_program[count].stored = same ? stored : nullptr;
     emit(KIND_POPAP, 0, container);
 }
 
@@ -149,14 +156,17 @@ void IMEM_DISPLAY() {
 }
 
 void imem_init() {
-    static bool done = false;
-    if (first_time(done)) MSG_CREATE_C(&imem_msg, "IMEM", 0);
+    if (first_time(initialised)) MSG_CREATE_C(&imem_msg, "IMEM", 0);
 }
 
 void imem_terminate() {
     MSG_REMOVE(&imem_msg);
     // Row 0 is always a GOTO and has no object.
     for (uint32_t i = 1; i < count; ++i) OBJ_remove_object(&imem_program[i].object);
+    // A later start compiles a program of its own.
+    std::fill_n(imem_program, count, Instruction{});
+    count = 0;
+    initialised = false;
 }
 
 } // namespace qor

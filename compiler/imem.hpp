@@ -3,7 +3,6 @@
 
 #include <cstdint>
 
-#include "container/entry_cache.hpp"
 #include "object/ap.hpp"
 
 namespace qor {
@@ -26,8 +25,8 @@ struct Instruction {
     uint8_t kind;
     uint32_t target;    // instruction index of GOTO and IGOTO
     QOR_OBJECT *object; // constant; of POPAP the last component of the name
-    Ap *path;           // belongs to the tree
-    Entry_cache entry;  // POPAP: where the name was stored last
+    Ap *path;           // belongs to the tree; of POPAP the container's
+    Ap *stored;         // POPAP: the node of the whole name, null when it has none
     uint32_t source;    // number in the map SOURCES, 0 when none
     uint32_t line;
     uint32_t break_flag;

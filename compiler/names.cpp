@@ -3,8 +3,8 @@
 #include <initializer_list>
 
 #include "compiler/qorcomp_state.hpp"
-#include "container/map.hpp"
 #include "object/class.hpp"
+#include "object/map_access.hpp"
 
 namespace qor {
 
@@ -19,9 +19,7 @@ QOR_OBJECT *entry(QOR_MAP *map, std::string_view key) {
     return key.empty() || key.size() > MAX_KEY_LENGTH ? nullptr : map_find(map, borrow(key));
 }
 
-QOR_MAP *as_map(QOR_OBJECT *o) {
-    return o && type_of(o) == TYPE_MAP && is_defined(o) ? map_of(o) : nullptr;
-}
+QOR_MAP *as_map(QOR_OBJECT *o) { return o && type_of(o) == TYPE_MAP && is_defined(o) ? map_of(o) : nullptr; }
 
 bool is_method(QOR_MAP *map, std::string_view name) {
     const QOR_OBJECT *o = entry(map, name);

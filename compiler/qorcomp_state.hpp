@@ -31,7 +31,7 @@ bool expect_word();
 // "FILE line N". It stands above every compile error.
 void QORCOMP_DISPLAY_POSITION();
 // The position and the error in its three forms.
-void compile_abort(const char *text);                                          // *** ABORT ***
+void compile_abort(const char *text);                                         // *** ABORT ***
 void compile_error_abort(const char *prefix, STRNG text, const char *suffix); // *** ERROR ***
 void compile_error(const char *text); // does not abort; the caller sets its status to 0
 

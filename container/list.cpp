@@ -1,4 +1,4 @@
-#include "container/list.hpp"
+#include "object/list_type.hpp"
 
 #include <charconv>
 #include <limits>
@@ -47,7 +47,8 @@ QOR_LIST_NODE *free_nodes = nullptr;
 Record_pool<sizeof(QOR_LIST)> records;
 
 bool is_list(const QOR_LIST *list) {
-    if (list) [[likely]] return true;
+    if (list) [[likely]]
+        return true;
     MESSAGE_ABORT1_C("list is QOR_NIL\n");
     return false;
 }
@@ -243,9 +244,7 @@ void index_by_number(QOR_LIST *list, int64_t number, QOR_OBJECT **variable, int3
 
 } // namespace
 
-QOR_LIST *list_create() {
-    return new (records.take()) QOR_LIST{};
-}
+QOR_LIST *list_create() { return new (records.take()) QOR_LIST{}; }
 
 void list_remove(QOR_LIST *list) {
     if (!list) return;

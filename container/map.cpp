@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "container/trie.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/storage.hpp"
@@ -13,9 +13,9 @@
 // The order chain runs through the nodes that hold an object, and through no
 // others. A removed key keeps its node without an object.
 struct QOR_MAP {
+    qor::Trie trie; // begins with the generation, see Map_head
     QOR_OBJECT *default_object = nullptr; // owns one reference
     qor::Strng label;
-    qor::Trie trie;
     qor::Map_node *first = nullptr;
     qor::Map_node *read = nullptr; // what the next read returns
     qor::Map_node *last = nullptr;
@@ -82,6 +82,10 @@ void put_default(QOR_MAP *map, QOR_OBJECT **variable) {
     OBJ_remove_object(&old);
 }
 
+Entry_cache remembered(const QOR_MAP *map, Map_node *node) {
+    return {reinterpret_cast<const Map_head *>(map)->generation, node};
+}
+
 QOR_MAP *new_map() { return new (storage_allocate(sizeof(QOR_MAP))) QOR_MAP; }
 
 void clear(QOR_MAP *map) {
@@ -134,24 +138,24 @@ QOR_OBJECT *map_find(QOR_MAP *map, STRNG key) {
 
 QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache) {
     if (!map) return nullptr;
-    if (cache->generation != map->trie.generation()) {
+    if (!is_valid(*cache, map)) {
         if (!check_key(view(key)) || view(key) == DEFAULT_KEY) return map->default_object;
         Map_node *node = map->trie.find(view(key));
         if (!node) return map->default_object;
-        *cache = {map->trie.generation(), node};
+        *cache = remembered(map, node);
     }
     return cache->node->object ? cache->node->object : map->default_object;
 }
 
 void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable) {
-    if (cache->generation != map->trie.generation()) {
+    if (!is_valid(*cache, map)) {
         if (key.length == 0 || !check_key(view(key)) || view(key) == DEFAULT_KEY) {
             MAP_INSERT_MOVED(map, key, variable);
             OBJ_remove_object(variable);
             return;
         }
         Map_node *node = map->trie.find_or_create(view(key));
-        *cache = {map->trie.generation(), node};
+        *cache = remembered(map, node);
     }
     Map_node *node = cache->node;
     QOR_OBJECT *old = node->object;

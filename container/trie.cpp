@@ -71,7 +71,7 @@ void add_child(Map_node *node, Map_node *child) {
 
 } // namespace
 
-Trie::Trie() : root_{}, generation_(++last_generation) {}
+Trie::Trie() : Map_head{++last_generation}, root_{} {}
 
 Trie::~Trie() { free_children(&root_); }
 
@@ -152,7 +152,7 @@ void Trie::clear_or_keep() {
     if (nodes_ <= KEPT_NODES) return;
     free_children(&root_);
     nodes_ = 0;
-    generation_ = ++last_generation;
+    generation = ++last_generation;
 }
 
 void trie_key(const Map_node *node, STRNG *key) {

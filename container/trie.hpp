@@ -16,14 +16,14 @@
 #include <cstdint>
 #include <string_view>
 
-#include "qor/types.h"
+#include "object/entry_cache.hpp"
 
 namespace qor {
 
 struct Child_table;
 
 struct Map_node {
-    QOR_OBJECT *object; // owns one reference
+    QOR_OBJECT *object; // as Map_node_head
     Map_node *parent;
     Map_node *next; // order chain
     Map_node *previous;
@@ -33,7 +33,7 @@ struct Map_node {
     uint8_t bytes[1];   // as many as room
 };
 
-class Trie {
+class Trie : Map_head {
   public:
     Trie();
     Trie(const Trie &) = delete;
@@ -48,7 +48,6 @@ class Trie {
     // is emptied and filled again for each record keeps its nodes. No node may
     // hold an object any more.
     void clear_or_keep();
-    uint64_t generation() const { return generation_; }
 
   private:
     Map_node *new_node(Map_node *parent, std::string_view bytes);
@@ -56,7 +55,6 @@ class Trie {
     void free_children(Map_node *node);
 
     Map_node root_;
-    uint64_t generation_;
     uint32_t nodes_ = 0;
 };
 

@@ -11,8 +11,6 @@ extern int32_t output_count;
 extern int32_t error_count;
 
 // Wraps at the largest int instead of overflowing.
-inline void count_one(int32_t &counter) {
-    counter = static_cast<int32_t>(static_cast<uint32_t>(counter) + 1);
-}
+inline void count_one(int32_t &counter) { counter = static_cast<int32_t>(static_cast<uint32_t>(counter) + 1); }
 
 } // namespace qor

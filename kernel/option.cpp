@@ -194,8 +194,7 @@ void store_directories() {
     set_option("system_dir", option_system_dir());
     set_option("user_dir", option_user_dir());
     set_option("data_dir", data_dir());
-    const char *supplied =
-        temp_dir_supplier && !OPTION_ISOPT_C("temp_dir") ? temp_dir_supplier() : nullptr;
+    const char *supplied = temp_dir_supplier && !OPTION_ISOPT_C("temp_dir") ? temp_dir_supplier() : nullptr;
     set_option("temp_dir", supplied ? normalize_dir(supplied) : temp_dir());
     set_option("jre_dir", jre_dir());
     set_option("bin_dir", option_system_dir() + "/bin");

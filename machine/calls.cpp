@@ -1,6 +1,6 @@
 // Calls of methods and procedures by record and by name, and the application
 // of maps.
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/methods/methods.hpp"
 #include "machine/qorcpu.hpp"

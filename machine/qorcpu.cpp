@@ -1,7 +1,7 @@
 // The run: the instruction loop, calls of script code and their frames.
 #include "machine/qorcpu.hpp"
 
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/methods/methods.hpp"
@@ -27,15 +27,16 @@ namespace {
 QOR_MAP *qorcpu_frames[PSTACK_SIZE + 1];
 QOR_OBJECT *qorcpu_local_object = nullptr; // stands on the frame of the present depth
 Ap *qorcpu_local_path = nullptr;
-QOR_OBJECT *qorcpu_this = nullptr; // borrowed from the root entry THIS, or pinned by a running call
+QOR_OBJECT *qorcpu_this = nullptr; // pinned: the first one for good, others by their call
 Entry_cache this_entry;
 
 // --- frames ----------------------------------------------------------------------
 
 // Names under ROOT.LOCAL must find the new frame: the object stays, its value
 // is another map.
-void show_frame(uint32_t depth) {
+inline void show_frame(uint32_t depth) {
     qorcpu_local_object->handle = qorcpu_frames[depth];
+    ap_depth = depth;
     AP_reset_children(qorcpu_local_path);
 }
 
@@ -58,29 +59,27 @@ void QORCPU_LEAVE_FRAME() {
         MSG_ABORT2_C(qorcpu_msg, "PStack Underflow");
         return;
     }
-    OBJ_clear_object(qorcpu_local_object);
+    MAP_CLEAR(&qorcpu_frames[qorcpu_pstack_top]);
     --qorcpu_pstack_top;
     show_frame(qorcpu_pstack_top);
 }
 
 // --- calls -------------------------------------------------------------------------
 
-void set_this(QOR_OBJECT *receiver) {
+// Storing the object that THIS shows already would change nothing.
+inline void show_this(QOR_OBJECT *receiver) {
     qorcpu_this = receiver;
-    QOR_OBJECT *shown = map_find_cached(MAP_ROOT(), borrow("THIS"), &this_entry);
-    if (shown != receiver) MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "THIS", receiver);
+    if (cached_object(this_entry, MAP_ROOT()) == receiver) return;
+    if (map_find_cached(MAP_ROOT(), borrow("THIS"), &this_entry) != receiver)
+        MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "THIS", receiver);
 }
 
 // Keeps a receiver alive while a method runs on it, without a count that a
 // script could see.
 class Pinned {
   public:
-    explicit Pinned(QOR_OBJECT *object) : object_(object) {
-        if (object_) pin(object_);
-    }
-    ~Pinned() {
-        if (object_) unpin(object_);
-    }
+    explicit Pinned(QOR_OBJECT *object) : object_(object) { pin(object_); }
+    ~Pinned() { unpin(object_); }
     Pinned(const Pinned &) = delete;
     Pinned &operator=(const Pinned &) = delete;
 
@@ -93,11 +92,15 @@ void call_script(const QOR_METHOD *method, Ap *path) {
     const uint32_t address = method->address;
     QOR_OBJECT *caller_this = qorcpu_this;
     QOR_OBJECT *receiver = AP_resolve(path->parent);
-    const Pinned keep_caller(caller_this);
-    const Pinned keep_receiver(receiver);
-    if (receiver) set_this(receiver);
-    QORCPU_EXECUTE_PROC(address);
-    if (caller_this) set_this(caller_this);
+    if (receiver == caller_this) {
+        show_this(receiver);
+        QORCPU_EXECUTE_PROC(address);
+    } else {
+        const Pinned keep(receiver);
+        show_this(receiver);
+        QORCPU_EXECUTE_PROC(address);
+    }
+    show_this(caller_this);
 }
 
 // --- failures ------------------------------------------------------------------------
@@ -134,18 +137,27 @@ Strng path_name(const Ap *path) {
 
 // --- instructions ----------------------------------------------------------------------
 
-inline void push_copy(QOR_OBJECT *object) {
+[[gnu::always_inline]] inline void push_copy(QOR_OBJECT *object) {
     QOR_OBJECT **slot = qorcpu_push_slot();
-    if (is_scalar_type(type_of(object)) && is_reusable_scalar(*slot)) [[likely]] {
-        (*slot)->flags = (object->flags & 0x7f) | OBJ_ONE;
-        (*slot)->word = object->word;
+    if (is_scalar_type(type_of(object))) [[likely]] {
+        // The slot may hold the last reference to the object itself.
+        const uint32_t flags = (object->flags & 0x7f) | OBJ_ONE;
+        const uintptr_t word = object->word;
+        QOR_OBJECT *record = scalar_record(slot);
+        record->flags = flags;
+        record->word = word;
     } else {
         copy_into(object, slot);
     }
 }
 
-inline void pushap(Ap *path) {
-    QOR_OBJECT *object = path ? AP_resolve(path) : nullptr;
+[[gnu::always_inline]] inline void pushap(Ap *path) {
+    QOR_OBJECT *object = path ? path->obj : nullptr;
+    if (!object && path) {
+        object = ap_peek_value(path);
+        if (object) return push_copy(object);
+        object = ap_resolve_unbound(path);
+    }
     if (!object) [[unlikely]] return unknown_attribute(path);
     switch (type_of(object)) {
     case TYPE_METHOD: {
@@ -180,7 +192,12 @@ void popap(Instruction *instruction) {
     QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
     const STRNG name = *string_of(instruction->object);
     if (type_of(container) == TYPE_MAP && map_of(container)) [[likely]] {
-        map_put_cached(map_of(container), name, &instruction->entry, slot);
+        if (instruction->stored) [[likely]] {
+            map_put_cached(map_of(container), name, ap_entry(instruction->stored), slot);
+        } else {
+            MAP_INSERT_MOVED(map_of(container), name, slot);
+            OBJ_remove_object(slot);
+        }
     } else {
         Object_var moved;
         std::swap(*&moved, *slot);
@@ -191,12 +208,10 @@ void popap(Instruction *instruction) {
     qorcpu_drop();
 }
 
-// The two loops differ only in what ends them: a body ends with RETURN, the
-// program with PEND.
-void run_instructions(Instruction_kind end) {
+// A body ends with RETURN, the program with PEND.
+template <bool BODY> void run_instructions() {
     for (;;) {
         Instruction *instruction = qorcpu_instr = IMEM_FETCH();
-        if (instruction->kind == end) [[unlikely]] return;
         switch (instruction->kind) {
         case KIND_PUSH: push_copy(instruction->object); break;
         case KIND_PUSHAP: pushap(instruction->path); break;
@@ -208,10 +223,11 @@ void run_instructions(Instruction_kind end) {
         case KIND_PUSHAP_REF: pushap_ref(instruction->path); break;
         case KIND_POP: QORCPU_POP(); break;
         case KIND_PUSH_REF: QORCPU_PUSH_OBJ_REF(instruction->object); break;
-        case KIND_RETURN: // in the main program
-            QORCPU_LEAVE_FRAME();
+        case KIND_RETURN:
+            if constexpr (!BODY) QORCPU_LEAVE_FRAME(); // aborts: there is none to leave
             return;
-        default: return; // PEND: no body holds one
+        case KIND_PEND: return;
+        default: __builtin_unreachable(); // the emitters write no other kind
         }
     }
 }
@@ -223,7 +239,7 @@ void QORCPU_EXECUTE_PROC(uint32_t address) {
     qorcpu_entry[qorcpu_pstack_top] = address;
     QORCPU_ENTER_FRAME();
     IMEM_SET_PC(address);
-    run_instructions(KIND_RETURN);
+    run_instructions<true>();
     QORCPU_LEAVE_FRAME();
     IMEM_SET_PC(qorcpu_return[qorcpu_pstack_top]);
 }
@@ -232,7 +248,7 @@ void QORCPU_RUN() {
     int32_t status;
     CLASS_CREATE_METHOD_C("QOR", "ABORT", qorcpu_abort, 0, 0, 'P', "", &status);
     IMEM_SET_PC(IMEM_GET_START());
-    run_instructions(KIND_PEND);
+    run_instructions<false>();
 }
 
 uint32_t QORCPU_GET_PSTACK_SIZE() { return qorcpu_pstack_top; }
@@ -266,9 +282,11 @@ void qorcpu_init() {
         MAP_CREATE_C(&map, name);
     }
     qorcpu_this = map_find(MAP_ROOT(), borrow("THIS"));
+    pin(qorcpu_this);
     // Procedures may run before the main program does.
     ap_init();
     qorcpu_local_path = AP_create_path(borrow("ROOT.LOCAL"));
+    ap_keep_entries_by_depth(qorcpu_local_path);
 }
 
 } // namespace qor

@@ -41,18 +41,18 @@ void qorcpu_apply_map(QOR_MAP *map);
 
 // The slot of a new top. A scalar pop leaves its object in the slot: it is no
 // longer counted by the stack, and the next content may take over its record.
-inline QOR_OBJECT **qorcpu_push_slot() {
+[[gnu::always_inline]] inline QOR_OBJECT **qorcpu_push_slot() {
     if (qorcpu_stack_top >= STACK_SIZE) [[unlikely]] qorcpu_stack_overflow();
     return &qorcpu_stack[static_cast<uint16_t>(qorcpu_stack_top++)];
 }
 
 // Aborts with "Stack Underflow" or "object on top of stack is QOR_NIL\n".
-inline void qorcpu_check_top() {
+[[gnu::always_inline]] inline void qorcpu_check_top() {
     if (qorcpu_stack_top < 1 || !qorcpu_stack[qorcpu_stack_top - 1]) [[unlikely]] qorcpu_bad_top();
 }
 
 // The top object, borrowed, after the top check.
-inline QOR_OBJECT *qorcpu_top() {
+[[gnu::always_inline]] inline QOR_OBJECT *qorcpu_top() {
     qorcpu_check_top();
     return qorcpu_stack[qorcpu_stack_top - 1];
 }
@@ -60,56 +60,25 @@ inline QOR_OBJECT *qorcpu_top() {
 // Takes the top off without a release: the slot keeps a stale object.
 inline void qorcpu_drop() { --qorcpu_stack_top; }
 
-inline void qorcpu_set_scalar(QOR_OBJECT *o, int32_t type) {
+[[gnu::always_inline]] inline QOR_OBJECT *qorcpu_push_scalar(int32_t type) {
+    QOR_OBJECT *o = scalar_record(qorcpu_push_slot());
     o->flags = OBJ_ONE | OBJ_DEFINED | static_cast<uint32_t>(type);
+    return o;
 }
 
-inline void qorcpu_push_int(int32_t value) {
-    QOR_OBJECT **slot = qorcpu_push_slot();
-    if (is_reusable_scalar(*slot)) {
-        qorcpu_set_scalar(*slot, TYPE_INT);
-        (*slot)->int_value = value;
-    } else {
-        BTYP_create_int(slot, value);
-    }
+[[gnu::always_inline]] inline void qorcpu_push_int(int32_t value) { qorcpu_push_scalar(TYPE_INT)->int_value = value; }
+[[gnu::always_inline]] inline void qorcpu_push_real(double value) { qorcpu_push_scalar(TYPE_REAL)->real_value = value; }
+[[gnu::always_inline]] inline void qorcpu_push_boolean(bool value) {
+    qorcpu_push_scalar(TYPE_BOOLEAN)->word = value ? 1 : 0;
 }
-
-inline void qorcpu_push_real(double value) {
-    QOR_OBJECT **slot = qorcpu_push_slot();
-    if (is_reusable_scalar(*slot)) {
-        qorcpu_set_scalar(*slot, TYPE_REAL);
-        (*slot)->real_value = value;
-    } else {
-        BTYP_create_real(slot, value);
-    }
-}
-
-inline void qorcpu_push_boolean(bool value) {
-    QOR_OBJECT **slot = qorcpu_push_slot();
-    if (is_reusable_scalar(*slot)) {
-        qorcpu_set_scalar(*slot, TYPE_BOOLEAN);
-        (*slot)->word = value ? 1 : 0;
-    } else {
-        BTYP_create_boolean(slot, value ? 1 : 0);
-    }
-}
-
-inline void qorcpu_push_long(int64_t value) {
-    QOR_OBJECT **slot = qorcpu_push_slot();
-    if (is_reusable_scalar(*slot)) {
-        qorcpu_set_scalar(*slot, TYPE_LONG);
-        (*slot)->long_value = value;
-    } else {
-        BTYP_create_long(slot, value);
-    }
-}
+[[gnu::always_inline]] inline void qorcpu_push_long(int64_t value) { qorcpu_push_scalar(TYPE_LONG)->long_value = value; }
 
 // A new string; an unshared string that a pop left in the slot is refilled.
 void qorcpu_push_text(std::string_view text);
 // Pushes an object the caller owns; the variable is left nil.
 void qorcpu_push_owned(Object_var &&object);
 
-inline int32_t qorcpu_pop_int() {
+[[gnu::always_inline]] inline int32_t qorcpu_pop_int() {
     QOR_OBJECT *o = qorcpu_top();
     int32_t value;
     if ((o->flags & 0x7f) == (OBJ_DEFINED | TYPE_INT)) [[likely]] {
@@ -141,7 +110,7 @@ inline int64_t qorcpu_pop_long() {
 }
 
 bool qorcpu_pop_boolean_slow();
-inline bool qorcpu_pop_boolean() {
+[[gnu::always_inline]] inline bool qorcpu_pop_boolean() {
     QOR_OBJECT *o = qorcpu_top();
     if (is_reusable_scalar(o) && (o->flags & 0x7f) == (OBJ_DEFINED | TYPE_BOOLEAN)) [[likely]] {
         qorcpu_drop();

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/qorcpu.hpp"
 #include "qor/map.h"

@@ -4,7 +4,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
 #include "object/types.hpp"
 #include "qor/map.h"
@@ -15,6 +15,7 @@ namespace qor {
 namespace {
 
 Ap *root = nullptr;
+Ap *parent_of_locals = nullptr;
 
 // All nodes by parent and name. Nodes are never freed: the tree grows by one
 // node for each distinct name that the process uses.
@@ -52,6 +53,7 @@ Ap *find_or_create(Ap *parent, std::string_view name) {
     auto *ap = new Ap;
     ap->parent = parent;
     ap->name.assign(name);
+    if (parent == parent_of_locals) ap->entries_by_depth = new Entry_cache[AP_DEPTHS];
     nodes().insert(ap);
     return ap;
 }
@@ -96,7 +98,7 @@ void unbind(Ap *ap) {
 
 // The object under a name of a bound parent.
 QOR_OBJECT *index_parent(Ap *ap, QOR_OBJECT *parent) {
-    if (type_of(parent) == TYPE_MAP) return map_find_cached(map_of(parent), ap->name, &ap->entry);
+    if (type_of(parent) == TYPE_MAP) return map_find_cached(map_of(parent), ap->name, ap_entry(ap));
     QOR_OBJECT *object = nullptr;
     int32_t status = 0;
     OBJ_index_object(parent, ap->name, &object, &status);
@@ -112,6 +114,7 @@ QOR_OBJECT *index_parent(Ap *ap, QOR_OBJECT *parent) {
 } // namespace
 
 Ap *ap_root() { return root; }
+void ap_keep_entries_by_depth(Ap *ap) { parent_of_locals = ap; }
 
 Ap *AP_create_path(STRNG name) {
     std::string_view rest = view(name);
@@ -170,10 +173,6 @@ void reset_ap(Ap *ap) {
         if (last) return;
         current = parent;
     }
-}
-
-void AP_reset_children(Ap *ap) {
-    while (ap->bound_child) reset_ap(ap->bound_child);
 }
 
 void ap_init() {

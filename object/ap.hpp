@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "container/entry_cache.hpp"
+#include "object/entry_cache.hpp"
 #include "object/object.hpp"
 
 namespace qor {
@@ -20,9 +20,20 @@ struct Ap {
     Ap *bound_child = nullptr;
     Ap *bound_next = nullptr;
     Ap *bound_previous = nullptr;
-    // The map entry that this name was found in last.
+    // The map entry that this name was found in last. A name under ROOT.LOCAL
+    // has one for each depth, since each depth has a map of its own.
     Entry_cache entry;
+    Entry_cache *entries_by_depth = nullptr;
 };
+
+// The depth of the frame that ROOT.LOCAL shows; the machine sets it.
+inline constexpr uint32_t AP_DEPTHS = 257;
+inline uint32_t ap_depth = 0;
+
+inline Entry_cache *ap_entry(Ap *ap) { return ap->entries_by_depth ? &ap->entries_by_depth[ap_depth] : &ap->entry; }
+
+// The children that this node gets from now on keep an entry for each depth.
+void ap_keep_entries_by_depth(Ap *ap);
 
 Ap *ap_root();
 // The node of a dotted name, made where it is missing; null when the name has
@@ -36,8 +47,21 @@ inline QOR_OBJECT *AP_resolve(Ap *ap) {
     return ap->obj ? ap->obj : ap_resolve_unbound(ap);
 }
 
+// Reads a node that leads to a plain value in a map, without binding it. Such a
+// value has no names below it, and with a single reference nothing but its map
+// entry can show which paths are bound to it; so the binding would only have to
+// be undone by the next assignment. Null when the node must be resolved.
+inline QOR_OBJECT *ap_peek_value(Ap *ap) {
+    const QOR_OBJECT *container = ap->parent->obj;
+    if (!container || type_of(container) != TYPE_MAP || !container->handle) return nullptr;
+    QOR_OBJECT *object = cached_object(*ap_entry(ap), static_cast<const QOR_MAP *>(container->handle));
+    return object && (object->flags >> 8) == 1 && is_leaf_type(type_of(object)) ? object : nullptr;
+}
+
 // Unbinds the node and everything under it.
 void reset_ap(Ap *ap);
-void AP_reset_children(Ap *ap);
+inline void AP_reset_children(Ap *ap) {
+    while (ap->bound_child) reset_ap(ap->bound_child);
+}
 
 } // namespace qor

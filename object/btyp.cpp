@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "container/list.hpp"
+#include "object/list_type.hpp"
 #include "kernel/lifecycle.hpp"
 #include "object/types.hpp"
 #include "qor/geom.h"
@@ -49,7 +49,7 @@ void long_display(const void *value) { MESSAGE_DISPLAY_F("%lld", at<long long>(v
 
 // Six decimals without trailing zeros; one stays behind the point.
 void real_tochar(const void *value, int16_t *length, char *buffer) {
-    int n = std::snprintf(buffer, TOCHAR_SIZE, "%lf", at<double>(value));
+    int n = std::sprintf(buffer, "%lf", at<double>(value)); // at most 317 bytes
     while (n > 0 && buffer[n - 1] == '0') --n;
     if (n > 0 && buffer[n - 1] == '.') buffer[n++] = '0';
     buffer[n] = 0;

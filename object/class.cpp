@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/storage.hpp"
 #include "object/types.hpp"

@@ -1,7 +1,7 @@
 // Method records, and what the compiler and the machine need of classes.
 #pragma once
 
-#include "container/entry_cache.hpp"
+#include "object/entry_cache.hpp"
 #include "kernel/strng.hpp"
 #include "object/object.hpp"
 #include "qor/class.h"

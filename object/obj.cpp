@@ -125,6 +125,11 @@ void assign_value(QOR_OBJECT *o, const void *source, bool adopt) {
 
 } // namespace
 
+QOR_OBJECT *fresh_scalar(QOR_OBJECT **variable) {
+    if (*variable) OBJ_remove_object(variable);
+    return *variable = new_record(TYPE_INT);
+}
+
 void free_unbound(QOR_OBJECT *o) { remove_value_and_record(o); }
 
 void unpin(QOR_OBJECT *o) {
@@ -154,9 +159,12 @@ void cut_left(QOR_OBJECT *o, uint32_t n) {
 void copy_into(QOR_OBJECT *object, QOR_OBJECT **variable) {
     QOR_OBJECT *held = *variable;
     const int32_t type = type_of(object);
-    if (is_scalar_type(type) && is_reusable_scalar(held)) {
-        held->flags = (object->flags & 0x7f) | OBJ_ONE;
-        held->word = object->word;
+    if (is_scalar_type(type)) {
+        const uint32_t flags = (object->flags & 0x7f) | OBJ_ONE;
+        const uintptr_t word = object->word;
+        QOR_OBJECT *record = scalar_record(variable);
+        record->flags = flags;
+        record->word = word;
         return;
     }
     if (type == TYPE_STRING && is_defined(object) && held && held != object && count_of(held) == 1 && !held->aps &&
@@ -290,7 +298,10 @@ void OBJ_remove_object(QOR_OBJECT **variable) {
     QOR_OBJECT *o = *variable;
     if (!o) return;
     *variable = nullptr;
-    if (drop_reference(o)) remove_value_and_record(o);
+    if (is_reusable_scalar(o) && o->pins == 0)
+        short_records.give(o);
+    else if (drop_reference(o))
+        remove_value_and_record(o);
 }
 
 void OBJ_remove_object_keep_value(QOR_OBJECT **variable) {

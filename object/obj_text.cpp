@@ -1,5 +1,6 @@
 // OBJ: what an object looks like.
 #include <charconv>
+#include <memory>
 #include <vector>
 
 #include "object/ap.hpp"
@@ -17,19 +18,34 @@ void append_int(STRNG *text, int64_t value) {
     strng_append(text, {digits, static_cast<size_t>(end.ptr - digits)});
 }
 
+// A text ends at a zero byte wherever it is rendered.
+std::string_view rendered_text(QOR_OBJECT *string_object) {
+    const std::string_view text = text_of(string_object);
+    return text.substr(0, text.find('\0'));
+}
+
+// Big enough for every number.
+constexpr size_t NUMBER_SIZE = 512;
+
 void append_value(QOR_OBJECT *object, STRNG *text) {
+    int16_t length = 0;
     switch (type_of(object)) {
-    case TYPE_STRING: strng_append(text, text_of(object)); return;
+    case TYPE_STRING: strng_append(text, rendered_text(object)); return;
+    case TYPE_REAL: {
+        char number[NUMBER_SIZE];
+        type_table[TYPE_REAL].tochar(value_of(object), &length, number);
+        strng_append(text, number);
+        return;
+    }
     case TYPE_INT: append_int(text, object->int_value); return;
     case TYPE_LONG: append_int(text, object->long_value); return;
     case TYPE_BOOLEAN: strng_append(text, object->boolean_value == 1 ? "TRUE" : "FALSE"); return;
     default: break;
     }
-    // A text of this size has no place on the stack of a nested run.
-    std::vector<char> buffer(TOCHAR_SIZE);
-    int16_t length = 0;
-    type_table[type_of(object)].tochar(value_of(object), &length, buffer.data());
-    strng_append(text, buffer.data());
+    // A buffer of this size has no place on the stack of a nested run.
+    const std::unique_ptr<char[]> buffer(new char[TOCHAR_SIZE]);
+    type_table[type_of(object)].tochar(value_of(object), &length, buffer.get());
+    strng_append(text, buffer.get());
 }
 
 // The text may belong to the object itself, so it is put together apart.
@@ -46,7 +62,7 @@ void OBJ_to_string(QOR_OBJECT *object, STRNG *text) {
     } else if (!is_defined(object)) {
         strng_assign(text, "NULL");
     } else if (type_of(object) == TYPE_STRING) {
-        strng_assign(text, text_of(object));
+        strng_assign(text, rendered_text(object));
     } else {
         text->length = 0;
         append_value(object, text);

@@ -70,9 +70,8 @@ inline constexpr int32_t OBJ_MAX_COUNT = 0x7fffff;
 inline constexpr size_t SHORT_RECORD = sizeof(QOR_OBJECT);
 inline constexpr size_t LONG_RECORD = SHORT_RECORD + 8;
 
-inline int32_t type_of(const QOR_OBJECT *o) {
-    return static_cast<int32_t>(o->flags << 26) >> 26;
-}
+// The id field is signed, but no id above 31 is given out.
+inline int32_t type_of(const QOR_OBJECT *o) { return static_cast<int32_t>(o->flags & 0x3f); }
 inline bool is_defined(const QOR_OBJECT *o) { return (o->flags & OBJ_DEFINED) != 0; }
 inline int32_t count_of(const QOR_OBJECT *o) { return static_cast<int32_t>(o->flags) >> 8; }
 inline void *value_of(QOR_OBJECT *o) { return &o->word; }
@@ -86,14 +85,28 @@ inline void add_reference(QOR_OBJECT *o) {
 }
 
 // Types whose value lies in the record and needs no removal.
-inline bool is_scalar_type(int32_t type) {
-    return type >= 0 && ((1u << type) & (1u << TYPE_INT | 1u << TYPE_REAL | 1u << TYPE_BOOLEAN | 1u << TYPE_LONG)) != 0;
+[[gnu::always_inline]] inline bool is_scalar_type(int32_t type) {
+    constexpr uint32_t SCALARS = 1u << TYPE_INT | 1u << TYPE_REAL | 1u << TYPE_BOOLEAN | 1u << TYPE_LONG;
+    return (SCALARS >> (type & 31)) & 1;
 }
+
+// Types that hold no other objects.
+inline bool is_leaf_type(int32_t type) { return is_scalar_type(type) || type == TYPE_STRING; }
 
 // A scalar that nothing but the caller's variable refers to: its record may
 // take another scalar without a new allocation.
-inline bool is_reusable_scalar(const QOR_OBJECT *o) {
+[[gnu::always_inline]] inline bool is_reusable_scalar(const QOR_OBJECT *o) {
     return o && (o->flags >> 7) == 2 && !o->aps && is_scalar_type(type_of(o));
+}
+
+// A scalar's record with count 1 for the variable, whose content is released.
+// Its type and value are the caller's to set.
+QOR_OBJECT *fresh_scalar(QOR_OBJECT **variable);
+
+// The record that the variable holds if it may take another scalar, else a
+// fresh one.
+[[gnu::always_inline]] inline QOR_OBJECT *scalar_record(QOR_OBJECT **variable) {
+    return is_reusable_scalar(*variable) ? *variable : fresh_scalar(variable);
 }
 
 // Keeps an object alive for the run of a method, invisibly to its count.

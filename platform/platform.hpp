@@ -29,9 +29,9 @@ bool out_of_handles();
 // Whether opening for reading would work. Nothing is opened: looking at a pipe
 // or a device must not take anything from it.
 bool is_readable_file(const std::string &path);
-int64_t read_file(int handle, void *bytes, size_t count);          // -1 on failure, 0 at the end
-bool write_file(int handle, const void *bytes, size_t count);      // all of it, or false
-int64_t seek_file(int handle, int64_t offset, bool from_end);      // the new position, -1 on failure
+int64_t read_file(int handle, void *bytes, size_t count);     // -1 on failure, 0 at the end
+bool write_file(int handle, const void *bytes, size_t count); // all of it, or false
+int64_t seek_file(int handle, int64_t offset, bool from_end); // the new position, -1 on failure
 bool close_file(int handle);
 bool remove_file(const std::string &path);
 

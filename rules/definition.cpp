@@ -2,9 +2,9 @@
 // the rules of one source. Every fault is reported before the run is given up.
 #include <string>
 
-#include "container/map.hpp"
-#include "rules/qorrun.hpp"
+#include "object/map_access.hpp"
 #include "qor/class.h"
+#include "rules/qorrun.hpp"
 
 namespace qor {
 namespace {

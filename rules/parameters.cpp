@@ -219,8 +219,7 @@ void get_pparam() {
         push_null_geometry();
         return;
     }
-    push_geometry(parameter, GEOM_POINT,
-                  {"parameter is not of type point (1)", "parameter is not of type point (3)"});
+    push_geometry(parameter, GEOM_POINT, {"parameter is not of type point (1)", "parameter is not of type point (3)"});
 }
 
 void get_lparam() {

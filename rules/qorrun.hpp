@@ -89,7 +89,8 @@ extern const char *procedure_name;
 extern bool debug;
 inline void set_procedure(const char *name) {
     procedure_name = name;
-    if (debug) [[unlikely]] show_procedure(name);
+    if (debug) [[unlikely]]
+        show_procedure(name);
 }
 void set_debug(bool on);
 // The channel, with its procedure up to date.

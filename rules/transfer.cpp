@@ -136,7 +136,8 @@ bool fall_back() {
 
 void note_undefined_rule() {
     QOR_OBJECT *map = AP_resolve(undefined_rules_path);
-    if (map && type_of(map) == TYPE_MAP && is_defined(map)) MAP_INSERT_SVALUE(map_of(map), longest_rule, borrow(WILDCARD));
+    if (map && type_of(map) == TYPE_MAP && is_defined(map))
+        MAP_INSERT_SVALUE(map_of(map), longest_rule, borrow(WILDCARD));
 }
 
 void DISPATCH_RULE() {
@@ -182,8 +183,7 @@ void run_hook(const Object_var &hook) {
     const Rule_guard guard;
     try {
         QORCPU_DO_METHOD(method_of(hook));
-    } catch (const Rule_abort &) {
-    }
+    } catch (const Rule_abort &) {}
 }
 
 void clear_map(Ap *path) {

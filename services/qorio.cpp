@@ -26,13 +26,13 @@ struct Mode_row {
 
 // ORDER MODE. Text modes fold CR LF to LF when reading.
 constexpr Mode_row MODES[] = {
-    {platform::Open_mode::READ, true, false, true},        // r
-    {platform::Open_mode::CREATE, true, true, true},       // w+
-    {platform::Open_mode::APPEND, false, true, true},      // a
-    {platform::Open_mode::READ_WRITE, true, true, true},   // r+
-    {platform::Open_mode::READ, true, false, false},       // rb
-    {platform::Open_mode::CREATE, true, true, false},      // wb+
-    {platform::Open_mode::READ_WRITE, true, true, false},  // rb+
+    {platform::Open_mode::READ, true, false, true},       // r
+    {platform::Open_mode::CREATE, true, true, true},      // w+
+    {platform::Open_mode::APPEND, false, true, true},     // a
+    {platform::Open_mode::READ_WRITE, true, true, true},  // r+
+    {platform::Open_mode::READ, true, false, false},      // rb
+    {platform::Open_mode::CREATE, true, true, false},     // wb+
+    {platform::Open_mode::READ_WRITE, true, true, false}, // rb+
 };
 
 // The buffer holds either bytes that were read, 0 to end, of which those from
@@ -46,7 +46,10 @@ struct Record {
     int handle = -1;     // -1 while parked
     uint32_t next = 0;
     uint32_t end = 0;
-    int64_t line_feed = -1; // the first LF at or behind next, end when there is none; below next: not known
+    // The first LF and CR at or behind next, end when there is none; below next:
+    // not known. A buffer is searched once for a byte that it does not hold.
+    int64_t line_feed = -1;
+    int64_t carriage_return = -1;
     uint64_t base = 0;      // the file's offset of the buffer's first byte
     uint64_t handle_at = 0; // where the platform's handle stands
     uint64_t position = 0;  // the place of a parked file
@@ -78,7 +81,7 @@ uint64_t place_of(const Record &r) { return r.handle < 0 ? r.position : r.base +
 
 void empty_buffer(Record &r) {
     r.next = r.end = 0;
-    r.line_feed = -1;
+    r.line_feed = r.carriage_return = -1;
     r.dirty = false;
 }
 
@@ -141,9 +144,9 @@ bool park_one() {
     Record *victim = nullptr;
     for (Record &r : records) {
         if (r.handle < 0) continue;
-        const bool better = !victim || ((r.mode == Mode::R) == (victim->mode == Mode::R)
-                                            ? r.open_stamp < victim->open_stamp
-                                            : victim->mode == Mode::R);
+        const bool better =
+            !victim || ((r.mode == Mode::R) == (victim->mode == Mode::R) ? r.open_stamp < victim->open_stamp
+                                                                         : victim->mode == Mode::R);
         if (better) victim = &r;
     }
     if (!victim) return false;
@@ -246,7 +249,8 @@ bool read_byte(Record &r, uint8_t *byte) {
     if (r.next == r.end && !fill(r)) return false;
     const uint8_t *buffer = buffer_of(r);
     *byte = buffer[r.next++];
-    if (*byte == '\r' && mode_of(r).text && (r.next < r.end || fill(r)) && buffer[r.next] == '\n') *byte = buffer[r.next++];
+    if (*byte == '\r' && mode_of(r).text && (r.next < r.end || fill(r)) && buffer[r.next] == '\n')
+        *byte = buffer[r.next++];
     return true;
 }
 
@@ -266,18 +270,18 @@ bool read_block(Record &r, uint8_t *bytes, uint32_t count) {
     return true;
 }
 
-// The offset in the buffer of the first line end at or behind next, or end.
-// The place of the LF is remembered, so that a file of lone CRs does not search
-// the whole buffer for each line.
-uint32_t find_line_end(Record &r) {
+void find_next(const Record &r, char byte, int64_t *place) {
+    if (*place >= r.next) return;
     const uint8_t *buffer = buffer_of(r);
-    if (r.line_feed < r.next) {
-        const void *lf = std::memchr(buffer + r.next, '\n', r.end - r.next);
-        r.line_feed = lf ? static_cast<const uint8_t *>(lf) - buffer : r.end;
-    }
-    const auto limit = static_cast<uint32_t>(r.line_feed);
-    const void *cr = std::memchr(buffer + r.next, '\r', limit - r.next);
-    return cr ? static_cast<uint32_t>(static_cast<const uint8_t *>(cr) - buffer) : limit;
+    const void *found = std::memchr(buffer + r.next, byte, r.end - r.next);
+    *place = found ? static_cast<const uint8_t *>(found) - buffer : r.end;
+}
+
+// The offset in the buffer of the first line end at or behind next, or end.
+uint32_t find_line_end(Record &r) {
+    find_next(r, '\n', &r.line_feed);
+    find_next(r, '\r', &r.carriage_return);
+    return static_cast<uint32_t>(std::min(r.line_feed, r.carriage_return));
 }
 
 int32_t open_new(int32_t *id, const std::string &name, Mode mode) {

@@ -46,7 +46,8 @@ void close_row(Text_file &file) {
 } // namespace
 
 Text_file *textfile_row(int32_t id, const char *operation) {
-    if (id >= 0 && id < MAX_OPEN_FILES) [[likely]] return &text_files[id];
+    if (id >= 0 && id < MAX_OPEN_FILES) [[likely]]
+        return &text_files[id];
     MSG_SET_PROC_C(textfile_msg, operation);
     MSG_ABORT_F(textfile_msg, "invalid fileid %d", id);
     return nullptr;
@@ -70,7 +71,8 @@ void textfile_report(const char *operation, const char *what, const std::string 
 
 Text_file *textfile_readable(int32_t id) {
     Text_file *file = textfile_row(id, "READLN");
-    if (!file || file->io_id >= 0) [[likely]] return file;
+    if (!file || file->io_id >= 0) [[likely]]
+        return file;
     textfile_misuse(*file, "READLN", "attempt to read from a closed file (1)");
     return nullptr;
 }
@@ -78,10 +80,11 @@ Text_file *textfile_readable(int32_t id) {
 Text_file *textfile_writable(int32_t id, const char *operation, const char *read_only_text) {
     Text_file *file = textfile_row(id, operation);
     if (!file) return nullptr;
-    const char *misuse = file->io_id < 0                   ? "attempt to write a closed file"
+    const char *misuse = file->io_id < 0                 ? "attempt to write a closed file"
                          : file->mode == File_mode::READ ? read_only_text
                                                          : nullptr;
-    if (!misuse) [[likely]] return file;
+    if (!misuse) [[likely]]
+        return file;
     textfile_misuse(*file, operation, misuse);
     return nullptr;
 }

@@ -55,8 +55,9 @@ void open_and_push(Open_kind kind, const char *operation, const std::string &nam
 void method_open() {
     const std::string name = pop_name();
     if (const Text_file *open = find_conflict(name, File_mode::WRITE)) {
-        return refuse("OPEN", name, " is open for write operations " + std::to_string(open - text_files) + "." +
-                                        std::to_string(open->io_id));
+        return refuse("OPEN", name,
+                      " is open for write operations " + std::to_string(open - text_files) + "." +
+                          std::to_string(open->io_id));
     }
     open_and_push(Open_kind::READ, "OPEN", name);
 }

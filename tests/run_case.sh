@@ -2,7 +2,7 @@
 # Runs one script case: run_case.sh QOR CASE, where CASE.qor is the script and
 # CASE.out what it must print. CASE.args holds further arguments, CASE.status
 # the exit status when it is not 0. The script runs in a copy of its folder, so
-# that it may write files.
+# that it may write files; that folder's path is cut out of what it prints.
 qor=$1
 case=$2
 name=$(basename "$case")
@@ -16,8 +16,9 @@ arguments=
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
 cp -r "$(dirname "$case")/." "$work/run" && cd "$work/run" || exit 1
-"$qor" -cgi -script "$name.qor" $arguments >"$work/out" 2>"$work/err" </dev/null
+"$qor" -cgi -script "$name.qor" $arguments >"$work/raw" 2>"$work/err" </dev/null
 status=$?
+sed "s|$work/run/||g" "$work/raw" >"$work/out"
 result=0
 if ! cmp -s "$case.out" "$work/out"; then
     echo "the output differs:"

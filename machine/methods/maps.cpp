@@ -1,5 +1,5 @@
 // Maps.
-#include "container/map.hpp"
+#include "object/map_access.hpp"
 #include "machine/methods/texts.hpp"
 
 namespace qor {
@@ -9,7 +9,8 @@ namespace {
 // The map of an object, borrowed. Aborts on another type and on NULL; should
 // the abort return, the result is null and the method returns too.
 QOR_MAP *map_in(QOR_OBJECT *object) {
-    if (has_value(object, TYPE_MAP)) [[likely]] return map_of(object);
+    if (has_value(object, TYPE_MAP)) [[likely]]
+        return map_of(object);
     QOR_MAP *map;
     BTYP_read_map_ref(object, &map); // aborts
     return nullptr;

@@ -4,6 +4,7 @@
 // puts the result into the record of the left one. Everything else goes the slow
 // road of typed pops, the top first, which reports what does not fit.
 #include <cmath>
+#include <type_traits>
 
 #include "machine/methods/texts.hpp"
 
@@ -155,25 +156,23 @@ template <class Comparison> void compare() {
 
 // --- arithmetic ------------------------------------------------------------------
 
-// Integers wrap without notice.
+// Integers wrap without notice, so they are computed unsigned.
+template <class T> struct Wrapping { using Type = std::make_unsigned_t<T>; };
+template <> struct Wrapping<double> { using Type = double; };
+template <class T> using Wraps = typename Wrapping<T>::Type;
+
 struct Add {
     static constexpr const char *NAME = "+";
     static constexpr const char *REFUSAL = "+: argument has to be of type real, int or long";
-    static int32_t of(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b)); }
-    static int64_t of(int64_t a, int64_t b) { return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b)); }
-    static double of(double a, double b) { return a + b; }
+    template <class T> static T of(T a, T b) { return static_cast<T>(Wraps<T>(a) + Wraps<T>(b)); }
 };
 struct Subtract {
     static constexpr const char *NAME = "-";
     static constexpr const char *REFUSAL = "-: argument has to be of type real, int or long";
-    static int32_t of(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b)); }
-    static int64_t of(int64_t a, int64_t b) { return static_cast<int64_t>(static_cast<uint64_t>(a) - static_cast<uint64_t>(b)); }
-    static double of(double a, double b) { return a - b; }
+    template <class T> static T of(T a, T b) { return static_cast<T>(Wraps<T>(a) - Wraps<T>(b)); }
 };
 struct Multiply {
-    static int32_t of(int32_t a, int32_t b) { return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b)); }
-    static int64_t of(int64_t a, int64_t b) { return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b)); }
-    static double of(double a, double b) { return a * b; }
+    template <class T> static T of(T a, T b) { return static_cast<T>(Wraps<T>(a) * Wraps<T>(b)); }
 };
 
 // Int with int, and every pair of int and real. False: nothing has been done.

@@ -48,7 +48,7 @@ Cut last_word(std::string_view text) {
 
 // Reduces a text to a part of itself, without moving it.
 void keep_part(QOR_OBJECT *o, std::string_view part) {
-    const auto begin = static_cast<uint32_t>(part.data() - text_of(o).data());
+    const auto begin = part.empty() ? 0u : static_cast<uint32_t>(part.data() - text_of(o).data());
     string_of(o)->length = begin + static_cast<uint32_t>(part.size());
     cut_left(o, begin);
 }
@@ -62,9 +62,7 @@ void leave_rest(QOR_OBJECT *o, std::string_view rest) {
     }
 }
 
-bool list_on_top() {
-    return qorcpu_stack_top > 0 && *stack_slot(0) && type_of(*stack_slot(0)) == TYPE_LIST;
-}
+bool list_on_top() { return qorcpu_stack_top > 0 && *stack_slot(0) && type_of(*stack_slot(0)) == TYPE_LIST; }
 
 // The string on top, NULL or not. QOR_NIL when an abort returned, be it that of
 // another type or that of a stack with no room for the item: the text must not
@@ -247,6 +245,7 @@ void comma() {
     const std::string_view item = rendered(*stack_slot(0), *work);
     if (has_value(left, TYPE_STRING) && is_unshared(left)) {
         normalize_string(left);
+        string_of(left)->length = static_cast<uint32_t>(c_text(text_of(left)).size());
         strng_append(string_of(left), ",");
         strng_append(string_of(left), item);
         discard_top();

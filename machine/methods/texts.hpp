@@ -78,7 +78,7 @@ inline std::string_view c_text(std::string_view text) { return text.substr(0, te
 
 // What OBJ_to_string gives, without a copy where the value is a text.
 inline std::string_view rendered(QOR_OBJECT *o, Strng &work) {
-    if (has_value(o, TYPE_STRING)) return text_of(o);
+    if (has_value(o, TYPE_STRING)) return c_text(text_of(o));
     OBJ_to_string(o, &work);
     return work.text();
 }

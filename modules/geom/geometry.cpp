@@ -108,14 +108,16 @@ void abort_kind(const Geometry *found, int32_t expected, const char *operation) 
 
 Point *point_in(QOR_GEOMETRY word, const char *operation) {
     Geometry *geometry = geometry_of(word);
-    if (geometry && geometry->kind == GEOM_POINT) [[likely]] return static_cast<Point *>(geometry);
+    if (geometry && geometry->kind == GEOM_POINT) [[likely]]
+        return static_cast<Point *>(geometry);
     abort_kind(geometry, GEOM_POINT, operation);
     return nullptr;
 }
 
 Composite *composite_in(QOR_GEOMETRY word, int32_t kind, const char *operation) {
     Geometry *geometry = geometry_of(word);
-    if (geometry && geometry->kind == kind) [[likely]] return static_cast<Composite *>(geometry);
+    if (geometry && geometry->kind == kind) [[likely]]
+        return static_cast<Composite *>(geometry);
     abort_kind(geometry, kind, operation);
     return nullptr;
 }

@@ -61,8 +61,8 @@ void check_line(const Composite *line, const std::string &where, Faults *faults)
         const std::string place = where + "point " + std::to_string(++number) + ": ";
         check_point(&n->point, place, faults);
         if (n->arc != 0 && !is_finite(n->x, n->y, n->z)) faults->push_back(place + "arc point is not a number");
-        has_length = has_length || n->arc != 0 || !same_place(n->point, first_point(line)) ||
-                     n->point.z != first_point(line).z;
+        has_length =
+            has_length || n->arc != 0 || !same_place(n->point, first_point(line)) || n->point.z != first_point(line).z;
     }
     if (!has_length) faults->push_back(where + "line is empty: all its points lie at one place");
 }

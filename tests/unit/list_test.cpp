@@ -21,8 +21,12 @@ class List : public testing::Test {
         BTYP_append_to_list(list, element);
     }
     // The next element; 0 at the end.
-    int32_t next() { return value_of([this](int32_t *status) { BTYP_read_next_listobj_ref(list, &element, status); }); }
-    int32_t pop() { return value_of([this](int32_t *status) { BTYP_pop_first(list, &element, status); }); }
+    int32_t next() {
+        return value_of([this](int32_t *status) { BTYP_read_next_listobj_ref(list, &element, status); });
+    }
+    int32_t pop() {
+        return value_of([this](int32_t *status) { BTYP_pop_first(list, &element, status); });
+    }
     std::string all() {
         std::string text;
         BTYP_reset_read_list(list);

@@ -1,8 +1,9 @@
-// What other rooms of the kernel may do with a map beyond the exported
-// interface: look up and store through a remembered place, without a search.
+// What the kernel may do with a map beyond the exported interface: look up and
+// store through a remembered place, without a search. The containers define it;
+// it stands on the floor of those that need it first.
 #pragma once
 
-#include "container/entry_cache.hpp"
+#include "object/entry_cache.hpp"
 #include "kernel/strng.hpp"
 #include "qor/map.h"
 

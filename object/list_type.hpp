@@ -1,5 +1,5 @@
-// The list record's own operations, for the type table and for rooms that hold
-// a list without an object around it.
+// The list record's own operations, for the type table. The containers define
+// them.
 #pragma once
 
 #include "kernel/strng.hpp"

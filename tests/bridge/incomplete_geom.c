@@ -1,0 +1,9 @@
+/* A geometry module in which two entries are missing: one that scripts reach
+ * and one that only the kernel calls. */
+#include <stdio.h>
+
+#define GEOM_SET_GATTR a_missing_entry
+#define GEOM_TERMINATE another_missing_entry
+#define EXPORTED(name) void name(void) {}
+#define INTERNAL(name) void name(void) { puts(#name " was called"); }
+#include "bridges/geom_entries.inc"

@@ -1,0 +1,185 @@
+// Maps: order, keys that share prefixes, the default, cursors, generations.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "kernel_environment.hpp"
+#include "qor/qor.h"
+
+namespace {
+
+STRNG text(const std::string &s) {
+    const auto n = static_cast<uint32_t>(s.size());
+    return {n, n, reinterpret_cast<uint8_t *>(const_cast<char *>(s.data()))};
+}
+
+class Map : public testing::Test {
+  protected:
+    Map() { MAP_CREATE_NONAME(&map); }
+    ~Map() override { MAP_REMOVE(&map); }
+
+    void put(const std::string &key, int32_t value) { MAP_INSERT_IVALUE(map, text(key), value); }
+
+    int32_t get(const std::string &key) {
+        QOR_OBJECT *object = nullptr;
+        int32_t status = 0;
+        MAP_MAP_OBJECT_REF(map, text(key), &object, &status);
+        if (!status) return -1;
+        int32_t value;
+        BTYP_read_int(object, &value);
+        OBJ_remove_object(&object);
+        return value;
+    }
+
+    bool remove(const std::string &key) {
+        int32_t status = 0;
+        MAP_REMOVE_OBJECT(map, text(key), &status);
+        return status;
+    }
+
+    // The next key, "-" at the end.
+    std::string next() {
+        STRNG key;
+        STRNG_CREATE(&key);
+        QOR_OBJECT *object = nullptr;
+        int32_t status = 0;
+        MAP_READ_OBJECT_REF(&map, &key, &object, &status);
+        const std::string result = status ? std::string(reinterpret_cast<char *>(key.data), key.length) : "-";
+        OBJ_remove_object(&object);
+        STRNG_REMOVE(&key);
+        return result;
+    }
+
+    std::string keys() {
+        std::string all;
+        MAP_RESET_READ(&map);
+        for (std::string key = next(); key != "-"; key = next()) all += key + " ";
+        return all;
+    }
+
+    QOR_MAP *map = nullptr;
+};
+
+TEST_F(Map, KeepsInsertionOrderAndPrefixes) {
+    EXPECT_EQ(next(), "-") << "a new map must be reset before it is read";
+    put("AB", 1);
+    put("A", 2);
+    put("ABCD", 3);
+    put("ABXY", 4);
+    put("AB", 5);
+    EXPECT_EQ(keys(), "AB A ABCD ABXY ");
+    EXPECT_EQ(get("AB"), 5);
+    EXPECT_EQ(get("ABC"), -1) << "a branch is no key";
+    EXPECT_TRUE(remove("AB"));
+    EXPECT_FALSE(remove("AB"));
+    EXPECT_EQ(get("A"), 2);
+    EXPECT_EQ(get("ABXY"), 4);
+    put("AB", 6);
+    EXPECT_EQ(keys(), "A ABCD ABXY AB ");
+    uint32_t position = 0;
+    int32_t status = 0;
+    MAP_GET_KEY_POS(map, text("ABXY"), &position, &status);
+    EXPECT_EQ(position, 3u);
+    MAP_GET_KEY_POS(map, text("none"), &position, &status);
+    EXPECT_EQ(position, 5u);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Map, DefaultAnswersAndIsNoEntry) {
+    put("DEFAULT", 9);
+    put("x", 1);
+    EXPECT_EQ(get("anything"), 9);
+    EXPECT_EQ(get("DEFAULT"), 9);
+    EXPECT_EQ(get("x"), 1);
+    EXPECT_EQ(MAP_TEST_KEY_C(map, "DEFAULT"), 0);
+    EXPECT_EQ(MAP_TEST_KEY_C(map, "anything"), 0);
+    EXPECT_EQ(keys(), "x ");
+    QOR_MAP *copy = nullptr;
+    MAP_COPY(map, &copy);
+    std::swap(map, copy);
+    EXPECT_EQ(get("anything"), 9);
+    EXPECT_EQ(next(), "-") << "the cursor of a copy stands at the end";
+    MAP_CLEAR(&map);
+    EXPECT_EQ(get("anything"), -1);
+    MAP_FILL(copy, &map);
+    EXPECT_EQ(get("x"), 1);
+    MAP_REMOVE(&copy);
+}
+
+TEST_F(Map, CursorSurvivesChanges) {
+    for (const char *key : {"a", "b", "c"}) put(key, 1);
+    MAP_RESET_READ(&map);
+    EXPECT_EQ(next(), "a");
+    remove("b");
+    EXPECT_EQ(next(), "c");
+    EXPECT_EQ(next(), "-");
+    put("d", 1);
+    EXPECT_EQ(next(), "-") << "an insert does not revive a read that has ended";
+    MAP_RESET_READ(&map);
+    next();
+    put("e", 1);
+    for (const char *key : {"c", "d", "e", "-"}) EXPECT_EQ(next(), key);
+}
+
+TEST_F(Map, KeyLimits) {
+    const std::string longest(1024, 'k');
+    put(longest, 1);
+    put(std::string(1023, 'k'), 2);
+    EXPECT_EQ(get(longest), 1);
+    put("", 3);
+    EXPECT_EQ(get(""), -1);
+    put(std::string("a\0b", 3), 4);
+    put("a", 5);
+    EXPECT_EQ(get(std::string("a\0b", 3)), 4);
+    EXPECT_EXIT(put(std::string(1025, 'k'), 1), testing::ExitedWithCode(1), "");
+}
+
+// Against the standard library's map and an order kept apart, over enough keys
+// that nodes split, tables of children grow and generations end.
+TEST_F(Map, AgreesWithAModel) {
+    std::mt19937 random(1);
+    std::map<std::string, int32_t> model;
+    std::vector<std::string> order;
+    for (int round = 0; round < 4; ++round) {
+        for (int i = 0; i < 20000; ++i) {
+            std::string key;
+            for (uint32_t n = 1 + random() % 6; n > 0; --n) key += static_cast<char>(random() % (round % 2 ? 256 : 4));
+            if (random() % 4 == 0) {
+                EXPECT_EQ(remove(key), model.erase(key) == 1);
+                std::erase(order, key);
+            } else {
+                put(key, i);
+                if (model.insert_or_assign(key, i).second) order.push_back(key);
+            }
+            ASSERT_EQ(get(key), model.count(key) ? model[key] : -1);
+            if (order.size() > 300) {
+                MAP_CLEAR(&map);
+                model.clear();
+                order.clear();
+            }
+        }
+        MAP_RESET_READ(&map);
+        for (const std::string &key : order) ASSERT_EQ(next(), key);
+        ASSERT_EQ(next(), "-");
+    }
+}
+
+TEST_F(Map, NamesComeFromTheRoot) {
+    QOR_MAP *named = nullptr;
+    MAP_CREATE_C(&named, "NAMED_FOR_TEST");
+    STRNG name;
+    STRNG_CREATE(&name);
+    MAP_GET_NAME(named, &name);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(name.data), name.length), "NAMED_FOR_TEST");
+    MAP_GET_NAME(map, &name);
+    EXPECT_EQ(std::string(reinterpret_cast<char *>(name.data), name.length), "NONAME");
+    STRNG_REMOVE(&name);
+    int32_t status = 0;
+    MAP_REMOVE_OBJECT_C(MAP_ROOT(), "NAMED_FOR_TEST", &status);
+    EXPECT_EQ(status, 1);
+}
+
+} // namespace
