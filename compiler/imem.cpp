@@ -12,7 +12,7 @@
 namespace qor {
 
 Instruction imem_program[IMEM_LIMIT + 1];
-uint32_t imem_pc = 0;
+Instruction *imem_next = imem_program;
 
 namespace {
 

@@ -59,10 +59,11 @@ void IMEM_DISPLAY_INSTRUCTION(uint32_t index);
 void IMEM_DISPLAY();
 
 extern Instruction imem_program[IMEM_LIMIT + 1];
-extern uint32_t imem_pc;
+// The program counter: the instruction that is fetched next.
+extern Instruction *imem_next;
 
-inline uint32_t IMEM_GET_PC() { return imem_pc; }
-inline void IMEM_SET_PC(uint32_t address) { imem_pc = address; }
-inline Instruction *IMEM_FETCH() { return &imem_program[imem_pc++]; }
+inline uint32_t IMEM_GET_PC() { return static_cast<uint32_t>(imem_next - imem_program); }
+inline void IMEM_SET_PC(uint32_t address) { imem_next = imem_program + address; }
+inline Instruction *IMEM_FETCH() { return imem_next++; }
 
 } // namespace qor

@@ -21,9 +21,9 @@ struct Text_file {
     Strng read_buffer;
     uint32_t lines_read = 0;
     bool loss_told = false; // that bytes written to the file were lost
-    std::string file_name; // as the caller gave it: the file's identity
-    int32_t last = 0;      // -1 from the first open on; only shown
-    int32_t includer = -1; // the file whose |INCL line opened this one
+    std::string file_name;  // as the caller gave it: the file's identity
+    int32_t last = 0;       // -1 from the first open on; only shown
+    int32_t includer = -1;  // the file whose |INCL line opened this one
 };
 
 extern Text_file text_files[MAX_OPEN_FILES];
