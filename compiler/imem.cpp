@@ -55,7 +55,14 @@ void IMEM_EMIT_PUSH_STRING(STRNG text) {
     emit(KIND_PUSH);
 }
 
-void IMEM_EMIT_PUSHAP(STRNG name) { emit(KIND_PUSHAP, 0, AP_create_path(name)); }
+void IMEM_EMIT_PUSHAP(STRNG name) {
+    if (count > 0) {
+        Instruction &before = imem_program[count - 1];
+        before.is_operand = before.kind == KIND_PUSH && type_of(before.object) == TYPE_INT;
+    }
+    emit(KIND_PUSHAP, 0, AP_create_path(name));
+}
+
 void IMEM_EMIT_PUSHAP_REF(STRNG name) { emit(KIND_PUSHAP_REF, 0, AP_create_path(name)); }
 
 void IMEM_EMIT_POPAP(STRNG name) {

@@ -236,7 +236,7 @@ int16_t QORPROC_COMPILE() {
 
 int32_t QORPROC_RUN() {
     if (qorproc_phase == QORPROC_PHASE_DONE) return 0;
-    const int32_t status = guarded([] {
+    int32_t status = guarded([] {
         qorproc_phase = QORPROC_PHASE_RUN;
         MESSAGE_DISPLAY1_C("");
         sweep("INITIALIZE");
@@ -244,8 +244,13 @@ int32_t QORPROC_RUN() {
         sweep("TERMINATE");
         textfile_flush_all();
     });
+    if (status == QORPROC_STATUS_EXIT) {
+        // A script that leaves early must hear of lost writes too.
+        qorproc_halted = false;
+        status = guarded(textfile_flush_all);
+    }
     std::fflush(stdout);
-    return status == QORPROC_STATUS_EXIT ? 0 : status;
+    return status;
 }
 
 int32_t QORPROC_START() {

@@ -27,7 +27,7 @@ namespace {
 QOR_MAP *qorcpu_frames[PSTACK_SIZE + 1];
 QOR_OBJECT *qorcpu_local_object = nullptr; // stands on the frame of the present depth
 Ap *qorcpu_local_path = nullptr;
-QOR_OBJECT *qorcpu_this = nullptr; // pinned: the first one for good, others by their call
+QOR_OBJECT *qorcpu_this = nullptr; // borrowed from the root entry THIS
 Entry_cache this_entry;
 
 // --- frames ----------------------------------------------------------------------
@@ -92,14 +92,10 @@ void call_script(const QOR_METHOD *method, Ap *path) {
     const uint32_t address = method->address;
     QOR_OBJECT *caller_this = qorcpu_this;
     QOR_OBJECT *receiver = AP_resolve(path->parent);
-    if (receiver == caller_this) {
-        show_this(receiver);
-        QORCPU_EXECUTE_PROC(address);
-    } else {
-        const Pinned keep(receiver);
-        show_this(receiver);
-        QORCPU_EXECUTE_PROC(address);
-    }
+    const Pinned keep_caller(caller_this);
+    const Pinned keep_receiver(receiver);
+    show_this(receiver);
+    QORCPU_EXECUTE_PROC(address);
     show_this(caller_this);
 }
 
@@ -151,6 +147,62 @@ Strng path_name(const Ap *path) {
     }
 }
 
+// Operators on ints are computed here, without a call, where the left operand is
+// an int of the stack's own, which takes the result.
+inline bool is_own_int(const QOR_OBJECT *o) { return o && o->flags == (OBJ_ONE | OBJ_DEFINED | TYPE_INT) && !o->aps; }
+
+// left is on top. A comparison right before an IGOTO decides the jump at once.
+[[gnu::always_inline]] inline void compute_ints(Int_operator op, QOR_OBJECT *left, int32_t b) {
+    const int32_t a = left->int_value;
+    qormeth_work_int = a; // the operator pops it last
+    bool truth;
+    switch (op) {
+    case INT_ADD:
+        left->int_value = static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+        return;
+    case INT_SUBTRACT:
+        left->int_value = static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
+        return;
+    case INT_EQUAL: truth = a == b; break;
+    case INT_UNEQUAL: truth = a != b; break;
+    case INT_LESS: truth = a < b; break;
+    case INT_LESS_OR_EQUAL: truth = a <= b; break;
+    case INT_GREATER: truth = a > b; break;
+    default: truth = a >= b; break;
+    }
+    left->flags = OBJ_ONE | OBJ_DEFINED | TYPE_BOOLEAN;
+    left->word = truth;
+    if (imem_next->kind == KIND_IGOTO) {
+        qorcpu_drop();
+        qorcpu_instr = imem_next;
+        imem_next = truth ? imem_next + 1 : imem_program + imem_next->target;
+    }
+}
+
+[[gnu::always_inline]] inline bool compute_top_ints(Int_operator op) {
+    if (qorcpu_stack_top < 2) return false;
+    QOR_OBJECT *left = qorcpu_stack[qorcpu_stack_top - 2];
+    const QOR_OBJECT *right = qorcpu_stack[qorcpu_stack_top - 1];
+    if (!is_own_int(left) || !right || (right->flags & 0x7f) != (OBJ_DEFINED | TYPE_INT)) return false;
+    qorcpu_drop();
+    compute_ints(op, left, right->int_value);
+    return true;
+}
+
+// PUSH of an int and the operator behind it, in one: the constant needs no place
+// on the stack.
+[[gnu::always_inline]] inline bool compute_with_constant(const Instruction *push) {
+    const Ap *path = push[1].path;
+    if (!path || !path->obj || type_of(path->obj) != TYPE_METHOD) return false;
+    const auto op = static_cast<Int_operator>(method_of(path->obj)->int_operator);
+    if (op == INT_OPERATOR_NONE || qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) return false;
+    QOR_OBJECT *left = qorcpu_stack[qorcpu_stack_top - 1];
+    if (!is_own_int(left)) return false;
+    qorcpu_instr = imem_next++;
+    compute_ints(op, left, push->object->int_value);
+    return true;
+}
+
 [[gnu::always_inline]] inline void pushap(Ap *path) {
     QOR_OBJECT *object = path ? path->obj : nullptr;
     if (!object && path) {
@@ -162,10 +214,12 @@ Strng path_name(const Ap *path) {
     switch (type_of(object)) {
     case TYPE_METHOD: {
         const QOR_METHOD *method = method_of(object);
-        if (method->kind == METHOD_NATIVE) [[likely]]
-            method->native();
-        else if (method->kind == METHOD_SCRIPT)
+        if (method->kind == METHOD_NATIVE) [[likely]] {
+            const auto op = static_cast<Int_operator>(method->int_operator);
+            if (op == INT_OPERATOR_NONE || !compute_top_ints(op)) method->native();
+        } else if (method->kind == METHOD_SCRIPT) {
             call_script(method, path);
+        }
         return; // a method may leave the stack as it likes
     }
     case TYPE_MAP:
@@ -213,7 +267,9 @@ template <bool BODY> void run_instructions() {
     for (;;) {
         Instruction *instruction = qorcpu_instr = IMEM_FETCH();
         switch (instruction->kind) {
-        case KIND_PUSH: push_copy(instruction->object); break;
+        case KIND_PUSH:
+            if (!instruction->is_operand || !compute_with_constant(instruction)) push_copy(instruction->object);
+            break;
         case KIND_PUSHAP: pushap(instruction->path); break;
         case KIND_POPAP: popap(instruction); break;
         case KIND_GOTO: IMEM_SET_PC(instruction->target); break;
@@ -282,7 +338,6 @@ void qorcpu_init() {
         MAP_CREATE_C(&map, name);
     }
     qorcpu_this = map_find(MAP_ROOT(), borrow("THIS"));
-    pin(qorcpu_this);
     // Procedures may run before the main program does.
     ap_init();
     qorcpu_local_path = AP_create_path(borrow("ROOT.LOCAL"));

@@ -58,6 +58,7 @@ void method_copyvalue(const void *source, void *target) {
     copy->scope = m->scope;
     copy->native = m->native;
     copy->address = m->address;
+    copy->int_operator = m->int_operator;
     method_at(target) = copy;
 }
 

@@ -20,9 +20,25 @@ struct QOR_METHOD {
     QOR_PROC native; // kind native
     uint32_t address; // kind script: the index of the first instruction
     STRNG signature;
+    // Which operator the native procedure is, for the machine, which computes
+    // two ints itself. Each registration makes a record of its own, so a method
+    // that takes the operator's name is none.
+    uint8_t int_operator;
 };
 
 namespace qor {
+
+enum Int_operator : uint8_t {
+    INT_OPERATOR_NONE,
+    INT_ADD,
+    INT_SUBTRACT,
+    INT_EQUAL,
+    INT_UNEQUAL,
+    INT_LESS,
+    INT_LESS_OR_EQUAL,
+    INT_GREATER,
+    INT_GREATER_OR_EQUAL,
+};
 
 inline QOR_METHOD *method_of(QOR_OBJECT *o) { return static_cast<QOR_METHOD *>(o->handle); }
 

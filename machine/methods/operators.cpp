@@ -454,6 +454,21 @@ constexpr Native_method TABLE[] = {
 
 } // namespace
 
-void register_operators() { register_methods("QOR", TABLE); }
+void register_operators() {
+    register_methods("QOR", TABLE);
+    constexpr struct {
+        const char *name;
+        Int_operator code;
+    } INT_OPERATORS[] = {
+        {"+", INT_ADD},   {"-", INT_SUBTRACT},       {"=", INT_EQUAL},   {"==", INT_EQUAL},           {"<>", INT_UNEQUAL},
+        {"<", INT_LESS},  {"<=", INT_LESS_OR_EQUAL}, {">", INT_GREATER}, {">=", INT_GREATER_OR_EQUAL},
+    };
+    for (const auto &o : INT_OPERATORS) {
+        QOR_METHOD *method = nullptr;
+        int32_t status = 0;
+        CLASS_GET_METHOD_C("QOR", o.name, &method, &status);
+        if (status) method->int_operator = o.code;
+    }
+}
 
 } // namespace qor

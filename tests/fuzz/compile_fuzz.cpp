@@ -4,9 +4,8 @@
 //
 //   compile_fuzz SECONDS SEED_FOLDER OUT_FOLDER [RANDOM_SEED]
 //
-// Ends with 1 when something was found. Where the kernel is built with coverage
-// guards, an input that reaches new code becomes a seed. An input of 4n bytes
-// compiles with the option parse.
+// Ends with 1 when something was found. With coverage guards in the kernel, an input
+// that reaches new code becomes a seed. One of 4n bytes compiles with the option parse.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/time.h>
@@ -64,13 +63,14 @@ void mutate(std::string &s) {
     size_t at = below(s.size() + 1);
     if (below(4)) at = std::min(s.find_first_of(" \n", at), s.size()); // between two words: more compiles
     const std::string piece = s.substr(at, s.find_first_of(" \n", at + 1 + below(60)) - at);
-    switch (below(7)) {
+    switch (below(8)) {
     case 0: s.erase(at, piece.size()); break;
     case 1: s.insert(at, " " + any(words) + " "); break;
     case 2: s.replace(at, std::min(s.find_first_of(" \n", at + 1), s.size()) - at, " " + any(words) + " "); break;
     case 3: s.insert(at, 1, BYTES[below(BYTES.size())]); break;
     case 4: s.insert(std::min(s.find_first_of(" \n", below(s.size() + 1)), s.size()), piece); break;
-    case 5: // sometimes often enough to reach a limit
+    case 5: s.insert(0, "MAP " + any(words) + " a => 1 END_MAP\n"); break;
+    case 6: // sometimes often enough to reach a limit
         for (size_t n = below(20) ? 1 : below(1500); n > 0 && s.size() < MAX_INPUT; --n) s.insert(at, piece);
         break;
     default: { // lines of another seed
@@ -190,9 +190,9 @@ int main(int argc, char **argv) {
         if (reached_new_code() && inputs >= given) seeds.push_back(input);
         const std::string kind = verdict(status, report);
         if (kind.empty() || finds[kind]++ >= 2) continue;
-        const fs::path find = out / ("find-" + std::to_string(++saved));
-        std::ofstream(find.string() + ".qor", std::ios::binary) << input;
-        fs::copy_file(report, find.string() + ".txt", fs::copy_options::overwrite_existing);
+        const std::string find = out / ("find-" + std::to_string(++saved));
+        std::ofstream(find + ".qor", std::ios::binary) << input;
+        fs::rename(report, find + ".txt");
         std::fprintf(stderr, "%s: %s\n", find.c_str(), kind.c_str());
     }
     std::printf("%zu inputs, %zu compiled, %zu seeds, %zu finds\n", inputs, compiled, seeds.size(), finds.size());
