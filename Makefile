@@ -10,7 +10,7 @@ TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
-EXAMPLE = examples/airports
+EXAMPLE = examples/atlas
 RESULTS = build/example-results
 FUZZ_SECONDS ?= 60
 
@@ -20,7 +20,7 @@ all: build
 
 run: build
 	@mkdir -p $(RESULTS)
-	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script airports.qor -results $(CURDIR)/$(RESULTS)
+	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script atlas.qor -results $(CURDIR)/$(RESULTS)
 
 build:
 	@$(PACKAGES) $(BUILD_PACKAGES)
