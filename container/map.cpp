@@ -19,6 +19,7 @@ struct QOR_MAP {
     qor::Map_node *first = nullptr;
     qor::Map_node *read = nullptr; // what the next read returns
     qor::Map_node *last = nullptr;
+    bool is_kept = false; // see map_keep
 };
 
 namespace qor {
@@ -169,6 +170,8 @@ void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **va
     put(map, node, variable);
 }
 
+void map_keep(QOR_MAP *map) { map->is_kept = true; }
+
 const Map_node *map_first(const QOR_MAP *map) { return map->first; }
 const Map_node *map_next(const Map_node *entry) { return entry->next; }
 QOR_OBJECT *map_object(const Map_node *entry) { return entry->object; }
@@ -216,6 +219,7 @@ void map_init() {
     static bool done = false;
     if (!first_time(done)) return;
     root_map = new_map();
+    map_keep(root_map);
     BTYP_create_map_ref(&root_object, root_map);
 }
 
@@ -253,6 +257,7 @@ void MAP_REMOVE(QOR_MAP **variable) {
     if (!map) return;
     *variable = nullptr;
     clear(map);
+    if (map->is_kept) return;
     map->~QOR_MAP();
     storage_free(map, sizeof(QOR_MAP));
 }

@@ -26,16 +26,26 @@ namespace {
 // The locals of each depth. The deepest call has none: the last cell stays nil.
 QOR_MAP *qorcpu_frames[PSTACK_SIZE + 1];
 QOR_OBJECT *qorcpu_local_object = nullptr; // stands on the frame of the present depth
+QOR_MAP *shown_frame = nullptr;
 Ap *qorcpu_local_path = nullptr;
-QOR_OBJECT *qorcpu_this = nullptr; // borrowed from the root entry THIS
+QOR_OBJECT *qorcpu_this = nullptr; // pinned
 Entry_cache this_entry;
 
 // --- frames ----------------------------------------------------------------------
 
+// A script may have overwritten the object's value: that goes, the frames stay.
+[[gnu::cold]] void restore_local_object() {
+    OBJ_set_null(qorcpu_local_object);
+    qorcpu_local_object->flags = (qorcpu_local_object->flags & ~0x7fu) | OBJ_DEFINED | TYPE_MAP;
+}
+
 // Names under ROOT.LOCAL must find the new frame: the object stays, its value
 // is another map.
 inline void show_frame(uint32_t depth) {
-    qorcpu_local_object->handle = qorcpu_frames[depth];
+    if (qorcpu_local_object->handle != shown_frame ||
+        (qorcpu_local_object->flags & 0x7f) != (OBJ_DEFINED | TYPE_MAP)) [[unlikely]]
+        restore_local_object();
+    qorcpu_local_object->handle = shown_frame = qorcpu_frames[depth];
     ap_depth = depth;
     AP_reset_children(qorcpu_local_path);
 }
@@ -68,13 +78,16 @@ void QORCPU_LEAVE_FRAME() {
 
 // Storing the object that THIS shows already would change nothing.
 inline void show_this(QOR_OBJECT *receiver) {
-    qorcpu_this = receiver;
+    if (qorcpu_this != receiver) {
+        pin(receiver);
+        unpin(std::exchange(qorcpu_this, receiver));
+    }
     if (cached_object(this_entry, MAP_ROOT()) == receiver) return;
     if (map_find_cached(MAP_ROOT(), borrow("THIS"), &this_entry) != receiver)
         MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "THIS", receiver);
 }
 
-// Keeps a receiver alive while a method runs on it, without a count that a
+// Keeps a caller's receiver alive while a method runs on it, without a count that a
 // script could see.
 class Pinned {
   public:
@@ -91,10 +104,8 @@ class Pinned {
 void call_script(const QOR_METHOD *method, Ap *path) {
     const uint32_t address = method->address;
     QOR_OBJECT *caller_this = qorcpu_this;
-    QOR_OBJECT *receiver = AP_resolve(path->parent);
     const Pinned keep_caller(caller_this);
-    const Pinned keep_receiver(receiver);
-    show_this(receiver);
+    show_this(path->parent ? path->parent->obj : path->obj);
     QORCPU_EXECUTE_PROC(address);
     show_this(caller_this);
 }
@@ -330,7 +341,11 @@ void qorcpu_init() {
     if (!first_time(done)) return;
     MSG_CREATE_C(&qorcpu_msg, "QORCPU", 0);
     register_trace_methods();
-    for (uint32_t depth = 0; depth < PSTACK_SIZE; ++depth) MAP_CREATE_NONAME(&qorcpu_frames[depth]);
+    for (uint32_t depth = 0; depth < PSTACK_SIZE; ++depth) {
+        MAP_CREATE_NONAME(&qorcpu_frames[depth]);
+        map_keep(qorcpu_frames[depth]);
+    }
+    shown_frame = qorcpu_frames[0];
     BTYP_create_map_ref(&qorcpu_local_object, qorcpu_frames[0]);
     MAP_INSERT_OBJECT_REF_C(MAP_ROOT(), "LOCAL", qorcpu_local_object);
     for (const char *name : {"IN", "OUT", "VAR", "THIS"}) {
@@ -338,6 +353,7 @@ void qorcpu_init() {
         MAP_CREATE_C(&map, name);
     }
     qorcpu_this = map_find(MAP_ROOT(), borrow("THIS"));
+    pin(qorcpu_this);
     // Procedures may run before the main program does.
     ap_init();
     qorcpu_local_path = AP_create_path(borrow("ROOT.LOCAL"));

@@ -103,6 +103,15 @@ void insert_method(QOR_MAP *map, STRNG name, QOR_METHOD *method) {
     MAP_INSERT_OBJECT_REF(map, name, object);
 }
 
+// A script may declare a map of this name: the directory stays what it is.
+QOR_MAP *create_directory(const char *name) {
+    QOR_MAP *map = nullptr;
+    MAP_CREATE_C(&map, name);
+    map_keep(map);
+    pin(map_find(MAP_ROOT(), borrow(name)));
+    return map;
+}
+
 STRNG registered_class(const char *name) { return prefix.empty() ? borrow(name) : prefix.get(); }
 
 } // namespace
@@ -148,9 +157,9 @@ void class_init() {
     OBJ_set_copyvalue_proc(id, method_copyvalue);
     OBJ_set_tochar_proc(id, method_tochar);
     OBJ_set_display_proc(id, method_display);
-    MAP_CREATE_C(&classes, "CLASSES");
-    MAP_CREATE_C(&native, "NATIVE");
-    MAP_CREATE_C(&procedures, "PROCEDURES");
+    classes = create_directory("CLASSES");
+    native = create_directory("NATIVE");
+    procedures = create_directory("PROCEDURES");
     int32_t status;
     CLASS_CREATE_CLASS_C("QOR", "2.2.1", &status);
 }

@@ -18,6 +18,9 @@ QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache);
 // with an unshared scalar that the entry held before, for its next content.
 void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable);
 
+// The kernel keeps this map's handle for good: removing it only empties it.
+void map_keep(QOR_MAP *map);
+
 // The entries in order, apart from the read cursor. Valid while the map does
 // not change.
 const Map_node *map_first(const QOR_MAP *map);

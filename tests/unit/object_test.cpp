@@ -43,7 +43,7 @@ TEST(Object, CountsReferencesAndKeepsIdentity) {
 }
 
 TEST(Object, CountStopsAtTheTop) {
-    QOR_OBJECT *a = nullptr;
+    static QOR_OBJECT *a = nullptr; // stays reachable: nothing frees it any more
     BTYP_create_int(&a, 1);
     for (int i = 0; i < 0x800010; ++i) {
         QOR_OBJECT *more = nullptr;
