@@ -58,7 +58,8 @@ void IMEM_EMIT_PUSH_STRING(STRNG text) {
 void IMEM_EMIT_PUSHAP(STRNG name) {
     if (count > 0) {
         Instruction &before = imem_program[count - 1];
-        before.is_operand = before.kind == KIND_PUSH && type_of(before.object) == TYPE_INT;
+        before.is_operand = before.kind == KIND_PUSH &&
+                            (type_of(before.object) == TYPE_INT || type_of(before.object) == TYPE_STRING);
     }
     emit(KIND_PUSHAP, 0, AP_create_path(name));
 }

@@ -23,7 +23,7 @@ enum Instruction_kind : uint8_t {
 
 struct Instruction {
     uint8_t kind;
-    bool is_operand;    // PUSH of an int right before a PUSHAP: perhaps an operator's
+    bool is_operand;    // PUSH of an int or a text right before a PUSHAP: perhaps an operator's
     uint32_t target;    // instruction index of GOTO and IGOTO
     QOR_OBJECT *object; // constant; of POPAP the last component of the name
     Ap *path;           // belongs to the tree; of POPAP the container's

@@ -76,6 +76,14 @@ void put(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
         chain_append(map, node);
 }
 
+// A longer text would keep its storage from others.
+constexpr uint32_t REFILLED_TEXT = 4096;
+
+bool may_be_refilled(QOR_OBJECT *o) {
+    if (type_of(o) == TYPE_STRING) return string_of(o)->capacity <= REFILLED_TEXT;
+    return is_scalar_type(type_of(o)) && !is_pinned(o);
+}
+
 void put_default(QOR_MAP *map, QOR_OBJECT **variable) {
     QOR_OBJECT *old = map->default_object;
     map->default_object = *variable;
@@ -160,7 +168,7 @@ void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **va
     }
     Map_node *node = cache->node;
     QOR_OBJECT *old = node->object;
-    if (old && count_of(old) == 1 && is_scalar_type(type_of(old)) && !is_pinned(old)) {
+    if (old && count_of(old) == 1 && may_be_refilled(old)) {
         // Nobody else has the old value: its record goes back for the next one.
         add_reference(old);
         put(map, node, variable);

@@ -80,7 +80,7 @@ void strng_append_right(STRNG *s, std::string_view text, uint64_t width) {
     if (room.count > blanks) copy_bytes(room.bytes + blanks, text.substr(0, room.count - blanks));
 }
 
-void strng_assign(STRNG *s, std::string_view text) { replace(s, text, text.size()); }
+void strng_assign_growing(STRNG *s, std::string_view text) { replace(s, text, text.size()); }
 
 void strng_append(STRNG *s, std::string_view text) {
     strng_append_padded(s, text, text.size(), Growth::DOUBLING);

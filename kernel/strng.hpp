@@ -62,8 +62,14 @@ class Strng {
     STRNG s_;
 };
 
-// Replaces the text of a plain record, keeping the buffer where it fits.
-void strng_assign(STRNG *s, std::string_view text);
+// Replaces the text of a plain record, keeping the buffer where it fits. The
+// text may lie in the record's own buffer.
+void strng_assign_growing(STRNG *s, std::string_view text);
+inline void strng_assign(STRNG *s, std::string_view text) {
+    if (text.size() > s->capacity) [[unlikely]] return strng_assign_growing(s, text);
+    if (!text.empty()) std::memmove(s->data, text.data(), text.size());
+    s->length = static_cast<uint32_t>(text.size());
+}
 // Appends with doubling growth.
 void strng_append(STRNG *s, std::string_view text);
 

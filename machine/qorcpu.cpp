@@ -200,14 +200,28 @@ inline bool is_own_int(const QOR_OBJECT *o) { return o && o->flags == (OBJ_ONE |
     return true;
 }
 
-// PUSH of an int and the operator behind it, in one: the constant needs no place
-// on the stack.
+// The test of a text for equality with a constant right before an IGOTO.
+bool compare_with_text(Int_operator op, QOR_OBJECT *left, QOR_OBJECT *constant) {
+    const Instruction *jump = imem_next + 1;
+    if ((op != INT_EQUAL && op != INT_UNEQUAL) || jump->kind != KIND_IGOTO) return false;
+    if (!is_reusable_string(left) || !is_defined(left)) return false;
+    const bool equal = STRNG_MATCH(*string_of(left), *string_of(constant)) != 0;
+    qorcpu_release_top();
+    imem_next += 2;
+    qorcpu_instr = imem_next - 1;
+    if (equal != (op == INT_EQUAL)) imem_next = imem_program + jump->target;
+    return true;
+}
+
+// PUSH of a constant and the operator behind it, in one: the constant needs no
+// place on the stack.
 [[gnu::always_inline]] inline bool compute_with_constant(const Instruction *push) {
     const Ap *path = push[1].path;
     if (!path || !path->obj || type_of(path->obj) != TYPE_METHOD) return false;
     const auto op = static_cast<Int_operator>(method_of(path->obj)->int_operator);
     if (op == INT_OPERATOR_NONE || qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) return false;
     QOR_OBJECT *left = qorcpu_stack[qorcpu_stack_top - 1];
+    if (type_of(push->object) == TYPE_STRING) return compare_with_text(op, left, push->object);
     if (!is_own_int(left)) return false;
     qorcpu_instr = imem_next++;
     compute_ints(op, left, push->object->int_value);

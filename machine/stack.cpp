@@ -11,10 +11,6 @@ namespace {
 // does not keep much storage from others.
 constexpr uint32_t KEPT_TEXT = 4096;
 
-bool is_unshared_string(const QOR_OBJECT *o) {
-    return o && count_of(o) == 1 && !o->aps && type_of(o) == TYPE_STRING;
-}
-
 QOR_OBJECT *top_for_test() {
     if (qorcpu_stack_top < 1) {
         MSG_SET_PROC_C(qorcpu_msg, "TOP");
@@ -49,18 +45,10 @@ void qorcpu_bad_top() {
 
 void qorcpu_push_text(std::string_view text) {
     QOR_OBJECT **slot = qorcpu_push_slot();
-    QOR_OBJECT *o = *slot;
-    if (is_unshared_string(o)) {
-        normalize_string(o);
-        strng_assign(string_of(o), text);
-        o->flags |= OBJ_DEFINED;
-        return;
-    }
-    // The text may lie in the object that the slot still holds.
-    Object_var fresh;
-    BTYP_create_string(&fresh, borrow(text));
-    OBJ_remove_object(slot);
-    *slot = fresh.release();
+    if (is_reusable_string(*slot))
+        refill_string(*slot, text);
+    else
+        fresh_string(slot, text);
 }
 
 void qorcpu_push_owned(Object_var &&object) {
@@ -82,7 +70,7 @@ std::string_view qorcpu_top_text() {
 
 void qorcpu_release_top() {
     QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
-    if (!is_unshared_string(*slot) || string_of(*slot)->capacity > KEPT_TEXT) OBJ_remove_object(slot);
+    if (!is_reusable_string(*slot) || string_of(*slot)->capacity > KEPT_TEXT) OBJ_remove_object(slot);
     qorcpu_drop();
 }
 

@@ -287,7 +287,7 @@ void BTYP_write_boolean(QOR_OBJECT *object, uint32_t value) {
     OBJ_set_object_value_tcheck(object, TYPE_BOOLEAN, &value);
 }
 
-void BTYP_create_string(QOR_OBJECT **variable, STRNG value) { create(variable, TYPE_STRING, value); }
+void BTYP_create_string(QOR_OBJECT **variable, STRNG value) { fresh_string(variable, view(value)); }
 void BTYP_create_undef_string(QOR_OBJECT **variable) { OBJ_create_object(variable, TYPE_STRING); }
 void BTYP_create_string_ref(QOR_OBJECT **variable, STRNG value) { create_adopting(variable, TYPE_STRING, value); }
 void BTYP_create_string_c(QOR_OBJECT **variable, const char *value) {

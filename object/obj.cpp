@@ -22,6 +22,52 @@ constexpr int32_t NESTING_LIMIT = 1000;
 Record_pool<SHORT_RECORD> short_records;
 Record_pool<LONG_RECORD> long_records;
 
+// Released strings with a short buffer keep it and wait here, linked through
+// aps, for the next text. A few are enough: fields come and go one by one.
+constexpr uint32_t SPARE_CAPACITY = 64;
+constexpr int SPARE_LIMIT = 256;
+QOR_OBJECT *spare_strings = nullptr;
+int spare_count = 0;
+
+void retire_string(QOR_OBJECT *o) {
+    STRNG *s = string_of(o);
+    s->data -= o->head; // a null buffer has no head
+    s->capacity += o->head;
+    if (POOLED_RECORDS && s->capacity >= SPARE_CAPACITY / 4 && s->capacity <= SPARE_CAPACITY && spare_count < SPARE_LIMIT) {
+        // Not in use while it waits, so not counted.
+        storage_size -= s->capacity + static_cast<int64_t>(LONG_RECORD);
+        o->aps = reinterpret_cast<Ap *>(spare_strings);
+        spare_strings = o;
+        ++spare_count;
+        return;
+    }
+    if (s->data) storage_free(s->data, s->capacity);
+    long_records.give(o);
+}
+
+QOR_OBJECT *new_string(std::string_view text) {
+    if (spare_strings && text.size() <= string_of(spare_strings)->capacity) {
+        QOR_OBJECT *o = spare_strings;
+        spare_strings = reinterpret_cast<QOR_OBJECT *>(o->aps);
+        --spare_count;
+        storage_size += string_of(o)->capacity + static_cast<int64_t>(LONG_RECORD);
+        o->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
+        o->head = 0;
+        o->aps = nullptr;
+        strng_assign(string_of(o), text);
+        return o;
+    }
+    auto *o = static_cast<QOR_OBJECT *>(long_records.take());
+    o->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
+    o->head = 0;
+    o->aps = nullptr;
+    // A short text gets room for others of its kind.
+    const auto capacity = static_cast<uint32_t>(text.size() > SPARE_CAPACITY ? text.size() : (text.size() + 31) & ~15u);
+    *string_of(o) = {capacity, static_cast<uint32_t>(text.size()), static_cast<uint8_t *>(storage_allocate(capacity))};
+    if (!text.empty()) std::memcpy(string_of(o)->data, text.data(), text.size());
+    return o;
+}
+
 // Objects whose last reference went while another object was being released.
 // They wait here, linked through aps, so that releasing nested containers does
 // not use the host's stack.
@@ -57,9 +103,7 @@ void remove_value_and_record(QOR_OBJECT *o) {
         return;
     }
     if (type_of(o) == TYPE_STRING) {
-        STRNG s = *string_of(o);
-        if (s.data) storage_free(s.data - o->head, s.capacity + o->head);
-        free_record(o);
+        retire_string(o);
         return;
     }
     o->aps = reinterpret_cast<Ap *>(waiting);
@@ -130,6 +174,12 @@ QOR_OBJECT *fresh_scalar(QOR_OBJECT **variable) {
     return *variable = new_record(TYPE_INT);
 }
 
+void fresh_string(QOR_OBJECT **variable, std::string_view text) {
+    QOR_OBJECT *fresh = new_string(text);
+    if (*variable) OBJ_remove_object(variable);
+    *variable = fresh;
+}
+
 void free_unbound(QOR_OBJECT *o) { remove_value_and_record(o); }
 
 void unpin(QOR_OBJECT *o) {
@@ -138,8 +188,7 @@ void unpin(QOR_OBJECT *o) {
     OBJ_remove_object(&o);
 }
 
-void normalize_string(QOR_OBJECT *o) {
-    if (o->head == 0) return;
+void move_to_begin(QOR_OBJECT *o) {
     STRNG *s = string_of(o);
     std::memmove(s->data - o->head, s->data, s->length);
     s->data -= o->head;
@@ -167,11 +216,11 @@ void copy_into(QOR_OBJECT *object, QOR_OBJECT **variable) {
         record->word = word;
         return;
     }
-    if (type == TYPE_STRING && is_defined(object) && held && held != object && count_of(held) == 1 && !held->aps &&
-        type_of(held) == TYPE_STRING) {
-        normalize_string(held);
-        strng_assign(string_of(held), text_of(object));
-        held->flags |= OBJ_DEFINED;
+    if (type == TYPE_STRING && is_defined(object)) {
+        if (is_reusable_string(held))
+            refill_string(held, text_of(object));
+        else
+            fresh_string(variable, text_of(object));
         return;
     }
     Object_var copy;
@@ -300,6 +349,8 @@ void OBJ_remove_object(QOR_OBJECT **variable) {
     *variable = nullptr;
     if (is_reusable_scalar(o) && o->pins == 0)
         short_records.give(o);
+    else if (is_reusable_string(o))
+        retire_string(o);
     else if (drop_reference(o))
         remove_value_and_record(o);
 }

@@ -109,6 +109,16 @@ QOR_OBJECT *fresh_scalar(QOR_OBJECT **variable);
     return is_reusable_scalar(*variable) ? *variable : fresh_scalar(variable);
 }
 
+// A defined string with count 1 for the variable, whose content is released;
+// the text may lie in it. Records of short texts come back with their buffers.
+void fresh_string(QOR_OBJECT **variable, std::string_view text);
+
+// A string that nothing but the caller's variable refers to: it may take
+// another text.
+inline bool is_reusable_string(const QOR_OBJECT *o) {
+    return o && (o->flags >> 7) == 2 && type_of(o) == TYPE_STRING && !o->aps;
+}
+
 // Keeps an object alive for the run of a method, invisibly to its count.
 inline void pin(QOR_OBJECT *o) { ++o->pins; }
 inline bool is_pinned(const QOR_OBJECT *o) { return o->pins != 0 && type_of(o) != TYPE_STRING; }
@@ -116,7 +126,20 @@ void unpin(QOR_OBJECT *o);
 
 // Moves a string's text back to the begin of its buffer, for callers that get
 // the record's address and may grow or free the buffer.
-void normalize_string(QOR_OBJECT *o);
+void move_to_begin(QOR_OBJECT *o);
+inline void normalize_string(QOR_OBJECT *o) {
+    if (o->head) move_to_begin(o);
+}
+
+// Gives a reusable string another text, which may lie in it.
+inline void refill_string(QOR_OBJECT *o, std::string_view text) {
+    STRNG *s = string_of(o);
+    s->data -= o->head;
+    s->capacity += o->head;
+    o->head = 0;
+    strng_assign(s, text);
+    o->flags |= OBJ_DEFINED;
+}
 // Cuts n bytes (at most the length) from the left in constant time.
 void cut_left(QOR_OBJECT *string_object, uint32_t n);
 
