@@ -170,6 +170,10 @@ void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **va
     QOR_OBJECT *old = node->object;
     if (old && count_of(old) == 1 && may_be_refilled(old)) {
         // Nobody else has the old value: its record goes back for the next one.
+        if (!old->aps) {
+            node->object = std::exchange(*variable, old);
+            return;
+        }
         add_reference(old);
         put(map, node, variable);
         *variable = old;

@@ -82,7 +82,7 @@ void strng_append_right(STRNG *s, std::string_view text, uint64_t width) {
 
 void strng_assign_growing(STRNG *s, std::string_view text) { replace(s, text, text.size()); }
 
-void strng_append(STRNG *s, std::string_view text) {
+void strng_append_growing(STRNG *s, std::string_view text) {
     strng_append_padded(s, text, text.size(), Growth::DOUBLING);
 }
 

@@ -71,6 +71,11 @@ inline void strng_assign(STRNG *s, std::string_view text) {
     s->length = static_cast<uint32_t>(text.size());
 }
 // Appends with doubling growth.
-void strng_append(STRNG *s, std::string_view text);
+void strng_append_growing(STRNG *s, std::string_view text);
+inline void strng_append(STRNG *s, std::string_view text) {
+    if (text.size() > s->capacity - s->length) [[unlikely]] return strng_append_growing(s, text);
+    if (!text.empty()) std::memmove(s->data + s->length, text.data(), text.size());
+    s->length += static_cast<uint32_t>(text.size());
+}
 
 } // namespace qor

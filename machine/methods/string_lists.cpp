@@ -236,20 +236,28 @@ void extrchar() {
 
 // --- building and substituting ------------------------------------------------------------
 
+void append_item(QOR_OBJECT *list, std::string_view item) {
+    normalize_string(list);
+    string_of(list)->length = static_cast<uint32_t>(c_text(text_of(list)).size());
+    strng_append(string_of(list), ",");
+    strng_append(string_of(list), item);
+}
+
 // Two objects of any type, rendered, with a comma between. A list that grows
 // on the stack is appended to in place.
 void comma() {
     if (!objects_on_top(2)) return;
     QOR_OBJECT *left = *stack_slot(1);
+    QOR_OBJECT *right = *stack_slot(0);
+    if (is_reusable_string(left) && is_defined(left) && has_value(right, TYPE_STRING)) [[likely]] {
+        append_item(left, c_text(text_of(right)));
+        return discard_top();
+    }
     Work_text work;
     const std::string_view item = rendered(*stack_slot(0), *work);
     if (has_value(left, TYPE_STRING) && is_unshared(left)) {
-        normalize_string(left);
-        string_of(left)->length = static_cast<uint32_t>(c_text(text_of(left)).size());
-        strng_append(string_of(left), ",");
-        strng_append(string_of(left), item);
-        discard_top();
-        return;
+        append_item(left, item);
+        return discard_top();
     }
     Work_text list, left_work;
     list->assign(rendered(left, *left_work));

@@ -18,6 +18,11 @@ void app() {
         QORCPU_POP();
         return OBJ_assert_type(left, TYPE_STRING);
     }
+    if (has_value(right, TYPE_STRING) && right != left) [[likely]] {
+        normalize_string(left);
+        strng_append(string_of(left), c_text(text_of(right)));
+        return discard_top();
+    }
     Work_text work;
     std::string_view text = rendered(right, *work);
     if (right == left) {
