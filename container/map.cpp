@@ -52,6 +52,14 @@ Map_node *find_node(QOR_MAP *map, std::string_view key) {
     return node && node->object ? node : nullptr;
 }
 
+// A longer text would keep its storage from others.
+constexpr uint32_t REFILLED_TEXT = 4096;
+
+inline bool may_be_refilled(QOR_OBJECT *o) {
+    if (type_of(o) == TYPE_STRING) return string_of(o)->capacity <= REFILLED_TEXT;
+    return is_scalar_type(type_of(o)) && o->pins == 0;
+}
+
 void chain_append(QOR_MAP *map, Map_node *node) {
     node->next = nullptr;
     node->previous = map->last;
@@ -65,23 +73,21 @@ void chain_remove(QOR_MAP *map, Map_node *node) {
     if (map->read == node) map->read = node->next;
 }
 
-// Stores the variable's reference in a node that may hold an object already.
-void put(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
-    QOR_OBJECT *old = node->object;
-    node->object = *variable;
-    *variable = nullptr;
-    if (old)
-        OBJ_remove_object(&old);
-    else
-        chain_append(map, node);
+// Stores the variable's reference in a node without an object. The variable gets
+// what the last clearing left there, or nil.
+void put_new(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
+    QOR_OBJECT *spare = node->spare;
+    node->object = std::exchange(*variable, spare);
+    chain_append(map, node);
 }
 
-// A longer text would keep its storage from others.
-constexpr uint32_t REFILLED_TEXT = 4096;
-
-bool may_be_refilled(QOR_OBJECT *o) {
-    if (type_of(o) == TYPE_STRING) return string_of(o)->capacity <= REFILLED_TEXT;
-    return is_scalar_type(type_of(o)) && !is_pinned(o);
+// The same for any node; the variable is left nil.
+void put(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
+    if (node->object)
+        std::swap(node->object, *variable);
+    else
+        put_new(map, node, variable);
+    OBJ_remove_object(variable);
 }
 
 void put_default(QOR_MAP *map, QOR_OBJECT **variable) {
@@ -103,7 +109,14 @@ void clear(QOR_MAP *map) {
     map->first = map->read = map->last = nullptr;
     while (node) {
         Map_node *next = node->next;
-        OBJ_remove_object(&node->object);
+        QOR_OBJECT *object = std::exchange(node->object, nullptr);
+        // A plain value that nobody else has stays for the next one of its name.
+        if (may_be_refilled(object) && (object->flags >> 8) == 1 && !object->aps)
+            node->spare = object;
+        else {
+            node->spare = nullptr;
+            OBJ_remove_object(&object);
+        }
         node = next;
     }
     map->trie.clear_or_keep();
@@ -179,7 +192,10 @@ void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **va
         *variable = old;
         return;
     }
-    put(map, node, variable);
+    if (old)
+        put(map, node, variable);
+    else
+        put_new(map, node, variable);
 }
 
 void map_keep(QOR_MAP *map) { map->is_kept = true; }
@@ -448,6 +464,7 @@ void MAP_REMOVE_OBJECT(QOR_MAP *map, STRNG key, int32_t *status) {
     if (!node) return;
     chain_remove(map, node);
     QOR_OBJECT *object = std::exchange(node->object, nullptr);
+    node->spare = nullptr;
     if (!map->first) map->trie.clear_or_keep();
     OBJ_remove_object(&object);
 }

@@ -6,6 +6,7 @@
 
 #include "kernel/storage.hpp"
 #include "kernel/strng.hpp"
+#include "qor/obj.h"
 
 namespace qor {
 
@@ -142,6 +143,7 @@ void Trie::free_children(Map_node *node) {
     for (uint16_t i = 0; i < table->count; ++i) {
         Map_node *child = table->nodes()[i];
         free_children(child);
+        if (!child->object) OBJ_remove_object(&child->spare);
         storage_free(child, node_size(child->room));
     }
     storage_free(table, table_size(table->capacity));

@@ -25,7 +25,10 @@ struct Child_table;
 struct Map_node {
     QOR_OBJECT *object; // as Map_node_head
     Map_node *parent;
-    Map_node *next; // order chain
+    union {
+        Map_node *next;    // order chain, while the node holds an object
+        QOR_OBJECT *spare; // else: what clearing the map left for the next value, or nil
+    };
     Map_node *previous;
     Child_table *children;
     uint16_t length;   // of bytes

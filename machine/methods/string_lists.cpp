@@ -115,7 +115,25 @@ void push_first_of_list(QOR_OBJECT *list) {
     }
 }
 
+// The first word of a text of the stack's own, the usual case, without the way
+// through what it shares with the others.
+bool cut_own_text() {
+    if (qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) return false;
+    QOR_OBJECT *o = *stack_slot(0);
+    if (!is_reusable_string(o) || !is_defined(o)) return false;
+    const char *begin = text_of(o).data();
+    const char *const end = begin + text_of(o).size();
+    while (begin < end && *begin == ' ') ++begin;
+    const char *item_end = begin;
+    while (item_end < end && !ends_word(*item_end)) ++item_end;
+    if (item_end >= end - 1) return false; // nothing is left behind it
+    qorcpu_push_text({begin, static_cast<size_t>(item_end - begin)});
+    cut_left(o, static_cast<uint32_t>(item_end + 1 - text_of(o).data()));
+    return true;
+}
+
 void extrl() {
+    if (cut_own_text()) return;
     if (list_on_top()) return push_first_of_list(qorcpu_top());
     extract(first_word);
 }
@@ -259,8 +277,11 @@ void comma() {
         append_item(left, item);
         return discard_top();
     }
-    Work_text list, left_work;
-    list->assign(rendered(left, *left_work));
+    Work_text list;
+    if (has_value(left, TYPE_STRING))
+        list->assign(c_text(text_of(left)));
+    else
+        OBJ_to_string(left, &*list);
     list->append(',');
     list->append(item);
     discard_top();
