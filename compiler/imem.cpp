@@ -6,6 +6,7 @@
 #include <string>
 
 #include "kernel/lifecycle.hpp"
+#include "object/class.hpp"
 #include "kernel/upcalls.hpp"
 #include "qor/msg.h"
 
@@ -172,6 +173,7 @@ void imem_terminate() {
     // Row 0 is always a GOTO and has no object.
     for (uint32_t i = 1; i < count; ++i) OBJ_remove_object(&imem_program[i].object);
     // A later start compiles a program of its own.
+    class_forget_script();
     std::fill_n(imem_program, count, Instruction{});
     count = 0;
     initialised = false;

@@ -56,7 +56,7 @@ constexpr void (*TERMINATE_ORDER[])() = {
 };
 
 void leave(int32_t status) {
-    if (qorproc_halted) return;
+    if (qorproc_halted && contexts > 0) return;
     if (contexts == 0) {
         // Nobody is there to catch: a host misused an operation outside of a run.
         std::fflush(stdout);
@@ -236,6 +236,8 @@ int16_t QORPROC_COMPILE() {
 
 int32_t QORPROC_RUN() {
     if (qorproc_phase == QORPROC_PHASE_DONE) return 0;
+    // What a run that was left broke off is not run again before a compilation.
+    if (qorproc_halted) return QORPROC_PHASE_RUN;
     int32_t status = guarded([] {
         qorproc_phase = QORPROC_PHASE_RUN;
         MESSAGE_DISPLAY1_C("");

@@ -147,6 +147,31 @@ QOR_OBJECT *Method_finder::find(bool *class_found) {
     return method && type_of(method) == TYPE_METHOD ? method : nullptr;
 }
 
+void class_forget_script() {
+    std::vector<Strng> names;
+    int32_t status;
+    for (const Map_node *entry = map_first(native); entry; entry = map_next(entry)) {
+        Strng name;
+        map_key(entry, &name);
+        MAP_INSERT_OBJECT(classes, name, map_object(entry));
+        MAP_INSERT_OBJECT_REF(MAP_ROOT(), name, map_find(classes, name));
+    }
+    MAP_CLEAR(&native);
+    MAP_CLEAR(&procedures);
+    for (const Map_node *entry = map_first(classes); entry; entry = map_next(entry)) {
+        QOR_OBJECT *object = map_object(entry);
+        if (type_of(object) != TYPE_MAP || !map_of(object)) continue;
+        names.clear();
+        for (const Map_node *m = map_first(map_of(object)); m; m = map_next(m)) {
+            const QOR_OBJECT *method = map_object(m);
+            if (type_of(method) == TYPE_METHOD && is_defined(method) &&
+                static_cast<const QOR_METHOD *>(method->handle)->kind == METHOD_SCRIPT)
+                map_key(m, &names.emplace_back());
+        }
+        for (const Strng &name : names) MAP_REMOVE_OBJECT(map_of(object), name, &status);
+    }
+}
+
 void class_init() {
     static bool done = false;
     if (!first_time(done)) return;

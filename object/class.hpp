@@ -49,6 +49,11 @@ QOR_MAP *procedure_directory(); // PROCEDURES
 void CLASS_CREATE_PROCEDURE(STRNG name, uint32_t address, int32_t *status);
 void CLASS_CREATE_SCRIPT_METHOD(STRNG class_name, STRNG name, uint32_t address, int32_t *status);
 
+// Takes back what a compiled script put into the classes: its procedures and
+// methods, which point into a program that goes, and the classes with which it
+// replaced native ones.
+void class_forget_script();
+
 // A row of a family's table of native methods.
 struct Native_method {
     const char *name;

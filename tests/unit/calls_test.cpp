@@ -98,6 +98,28 @@ TEST(Calls, ARunWithNativeMethods) {
     QORPROC_TERMINATE();
 }
 
+// A stopped system starts again: nothing of the script before is left in it.
+TEST(Calls, StartsAgain) {
+    QORPROC_INIT();
+    EXPECT_EQ(run("CLASS MESSAGE\n"
+                  "  METHOD DISPLAY\n    POP\n  END_METHOD\n"
+                  "END_CLASS\n"
+                  "PROCEDURE OLD_INITIALIZE\n  1 => VAR.OLD\nEND_PROCEDURE\n"
+                  "VAR.UNKNOWN\n"),
+              3);
+    EXPECT_EQ(QORPROC_RUN(), 3) << "a broken-off run is not taken up again";
+    QORPROC_TERMINATE();
+    QORPROC_INIT();
+    EXPECT_EQ(run("0 => VAR.OLD\nDISPLAY VAR.OLD\n"), 0);
+    QOR_MAP *var = nullptr;
+    int32_t status = 0;
+    MAP_GET_MAP_BY_NAME_C(&var, "VAR", &status);
+    int32_t old = 1;
+    MAP_MAP_IVALUE_C(var, "OLD", &old, &status);
+    EXPECT_EQ(old, 0);
+    QORPROC_TERMINATE();
+}
+
 TEST(Calls, AbortsLeaveNativeFramesInOrder) {
     EXPECT_EXIT(
         {
