@@ -86,9 +86,6 @@ void strng_append_growing(STRNG *s, std::string_view text) {
     strng_append_padded(s, text, text.size(), Growth::DOUBLING);
 }
 
-void Strng::assign(std::string_view text) { strng_assign(&s_, text); }
-void Strng::append(std::string_view text) { strng_append(&s_, text); }
-
 const char *Strng::c_str() {
     if (s_.length == s_.capacity) {
         const Strng_extension room(&s_, 1, Growth::DOUBLING);

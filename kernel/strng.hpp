@@ -22,6 +22,68 @@ inline STRNG borrow(std::string_view text) {
     return {length, length, reinterpret_cast<uint8_t *>(const_cast<char *>(text.data()))};
 }
 
+// --- short texts -------------------------------------------------------------
+// Most texts are fields of records, for which a call of the C library costs more
+// than the work. Words at both ends overlap in the middle; no byte outside of
+// the text is touched.
+
+inline uint64_t word_at(const void *bytes) {
+    uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// A set high bit for each byte of the word that is zero; a higher byte behind a
+// zero one may be marked too.
+inline uint64_t zero_bytes(uint64_t word) { return (word - 0x0101010101010101u) & ~word & 0x8080808080808080u; }
+
+// The ranges may overlap.
+[[gnu::always_inline]] inline void copy_text(uint8_t *target, const void *source, size_t n) {
+    struct Block {
+        uint64_t words[2];
+    };
+    const auto *from = static_cast<const uint8_t *>(source);
+    const auto move_ends = [&](auto first) {
+        auto last = first;
+        std::memcpy(&first, from, sizeof first);
+        std::memcpy(&last, from + n - sizeof last, sizeof last);
+        std::memcpy(target, &first, sizeof first);
+        std::memcpy(target + n - sizeof last, &last, sizeof last);
+    };
+    if (n > 32)
+        std::memmove(target, from, n);
+    else if (n >= 16)
+        move_ends(Block{});
+    else if (n >= 8)
+        move_ends(uint64_t{});
+    else if (n >= 4)
+        move_ends(uint32_t{});
+    else if (n >= 2)
+        move_ends(uint16_t{});
+    else if (n == 1)
+        *target = *from;
+}
+
+inline bool holds_zero(std::string_view text) {
+    const char *bytes = text.data();
+    const size_t n = text.size();
+    if (n > 64) return std::memchr(bytes, 0, n) != nullptr;
+    if (n >= 8) {
+        uint64_t zeros = zero_bytes(word_at(bytes + n - 8));
+        for (size_t i = 0; i + 8 < n; i += 8) zeros |= zero_bytes(word_at(bytes + i));
+        return zeros != 0;
+    }
+    for (size_t i = 0; i < n; ++i) {
+        if (bytes[i] == 0) return true;
+    }
+    return false;
+}
+
+// The text up to a zero byte, for operations on C strings.
+inline std::string_view c_text(std::string_view text) {
+    return holds_zero(text) ? text.substr(0, text.find('\0')) : text;
+}
+
 // Owns a STRNG. Laid over the plain record, so that its address can be handed
 // to every operation.
 class Strng {
@@ -44,10 +106,10 @@ class Strng {
     bool empty() const { return s_.length == 0; }
     void clear() { s_.length = 0; }
     // Keeps the buffer where the text fits.
-    void assign(std::string_view text);
+    inline void assign(std::string_view text);
     // Doubling growth.
-    void append(std::string_view text);
-    void append(char c) { STRNG_APPC(static_cast<uint8_t>(c), &s_); }
+    inline void append(std::string_view text);
+    void append(char c) { append(std::string_view(&c, 1)); }
     // The text with a terminating zero behind it (not part of the length). The
     // pointer is valid until the string changes.
     const char *c_str();
@@ -67,15 +129,18 @@ class Strng {
 void strng_assign_growing(STRNG *s, std::string_view text);
 inline void strng_assign(STRNG *s, std::string_view text) {
     if (text.size() > s->capacity) [[unlikely]] return strng_assign_growing(s, text);
-    if (!text.empty()) std::memmove(s->data, text.data(), text.size());
+    copy_text(s->data, text.data(), text.size());
     s->length = static_cast<uint32_t>(text.size());
 }
 // Appends with doubling growth.
 void strng_append_growing(STRNG *s, std::string_view text);
 inline void strng_append(STRNG *s, std::string_view text) {
     if (text.size() > s->capacity - s->length) [[unlikely]] return strng_append_growing(s, text);
-    if (!text.empty()) std::memmove(s->data + s->length, text.data(), text.size());
+    copy_text(s->data + s->length, text.data(), text.size());
     s->length += static_cast<uint32_t>(text.size());
 }
+
+void Strng::assign(std::string_view text) { strng_assign(&s_, text); }
+void Strng::append(std::string_view text) { strng_append(&s_, text); }
 
 } // namespace qor

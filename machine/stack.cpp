@@ -153,6 +153,17 @@ void QORCPU_RDUP() {
     if (QOR_OBJECT *o = top_for_test()) QORCPU_PUSH_OBJ_REF(o);
 }
 
+bool qorcpu_peek_int_and_text(int32_t *number, std::string_view *text) {
+    if (qorcpu_stack_top < 2) return false;
+    const QOR_OBJECT *below = qorcpu_stack[qorcpu_stack_top - 2];
+    QOR_OBJECT *top = qorcpu_stack[qorcpu_stack_top - 1];
+    if (!below || (below->flags & 0x7f) != (OBJ_DEFINED | TYPE_INT)) return false;
+    if (!top || (top->flags & 0x7f) != (OBJ_DEFINED | TYPE_STRING)) return false;
+    *number = below->int_value;
+    *text = text_of(top);
+    return true;
+}
+
 } // namespace qor
 
 using namespace qor;
@@ -194,9 +205,8 @@ void QORCPU_PUSH_OBJ_REF(QOR_OBJECT *object) {
 }
 
 void QORCPU_POP() {
-    qorcpu_check_top();
-    OBJ_remove_object(&qorcpu_stack[qorcpu_stack_top - 1]);
-    qorcpu_drop();
+    if (is_reusable_scalar(qorcpu_top())) return qorcpu_drop();
+    qorcpu_release_top();
 }
 
 void QORCPU_POP_OBJ(QOR_OBJECT **variable) {

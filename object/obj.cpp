@@ -24,7 +24,8 @@ Record_pool<LONG_RECORD> long_records;
 
 // Released strings with a short buffer keep it and wait here, linked through
 // aps, for the next text. A few are enough: fields come and go one by one.
-constexpr uint32_t SPARE_CAPACITY = 64;
+constexpr uint32_t SPARE_CAPACITY = 256;
+constexpr uint32_t SMALLEST_SPARE = 16;
 constexpr int SPARE_LIMIT = 256;
 QOR_OBJECT *spare_strings = nullptr;
 int spare_count = 0;
@@ -33,7 +34,7 @@ void retire_string(QOR_OBJECT *o) {
     STRNG *s = string_of(o);
     s->data -= o->head; // a null buffer has no head
     s->capacity += o->head;
-    if (POOLED_RECORDS && s->capacity >= SPARE_CAPACITY / 4 && s->capacity <= SPARE_CAPACITY && spare_count < SPARE_LIMIT) {
+    if (POOLED_RECORDS && s->capacity - SMALLEST_SPARE <= SPARE_CAPACITY - SMALLEST_SPARE && spare_count < SPARE_LIMIT) {
         // Not in use while it waits, so not counted.
         storage_size -= s->capacity + static_cast<int64_t>(LONG_RECORD);
         o->aps = reinterpret_cast<Ap *>(spare_strings);
@@ -46,8 +47,8 @@ void retire_string(QOR_OBJECT *o) {
 }
 
 QOR_OBJECT *new_string(std::string_view text) {
-    if (spare_strings && text.size() <= string_of(spare_strings)->capacity) {
-        QOR_OBJECT *o = spare_strings;
+    // A spare buffer that is too small grows: soon they fit what a script works on.
+    if (QOR_OBJECT *o = spare_strings; o && text.size() <= SPARE_CAPACITY) {
         spare_strings = reinterpret_cast<QOR_OBJECT *>(o->aps);
         --spare_count;
         storage_size += string_of(o)->capacity + static_cast<int64_t>(LONG_RECORD);
@@ -64,7 +65,7 @@ QOR_OBJECT *new_string(std::string_view text) {
     // A short text gets room for others of its kind.
     const auto capacity = static_cast<uint32_t>(text.size() > SPARE_CAPACITY ? text.size() : (text.size() + 31) & ~15u);
     *string_of(o) = {capacity, static_cast<uint32_t>(text.size()), static_cast<uint8_t *>(storage_allocate(capacity))};
-    if (!text.empty()) std::memcpy(string_of(o)->data, text.data(), text.size());
+    copy_text(string_of(o)->data, text.data(), text.size());
     return o;
 }
 
@@ -146,6 +147,16 @@ bool drop_reference(QOR_OBJECT *o) {
     return false;
 }
 
+// Gives a reference back. The usual objects first: those of one owner.
+inline void release(QOR_OBJECT *o) {
+    if (is_reusable_scalar(o) && o->pins == 0)
+        short_records.give(o);
+    else if (is_reusable_string(o))
+        retire_string(o);
+    else if (drop_reference(o))
+        remove_value_and_record(o);
+}
+
 void abort_null(const char *operation) {
     const std::string text = std::string(operation) + ": value is NULL\n";
     MESSAGE_ABORT1_C(text.c_str());
@@ -170,13 +181,13 @@ void assign_value(QOR_OBJECT *o, const void *source, bool adopt) {
 } // namespace
 
 QOR_OBJECT *fresh_scalar(QOR_OBJECT **variable) {
-    if (*variable) OBJ_remove_object(variable);
+    if (*variable) release(std::exchange(*variable, nullptr));
     return *variable = new_record(TYPE_INT);
 }
 
 void fresh_string(QOR_OBJECT **variable, std::string_view text) {
     QOR_OBJECT *fresh = new_string(text);
-    if (*variable) OBJ_remove_object(variable);
+    if (*variable) release(std::exchange(*variable, nullptr));
     *variable = fresh;
 }
 
@@ -344,15 +355,7 @@ void OBJ_create_object_ref(QOR_OBJECT *object, QOR_OBJECT **variable) {
 }
 
 void OBJ_remove_object(QOR_OBJECT **variable) {
-    QOR_OBJECT *o = *variable;
-    if (!o) return;
-    *variable = nullptr;
-    if (is_reusable_scalar(o) && o->pins == 0)
-        short_records.give(o);
-    else if (is_reusable_string(o))
-        retire_string(o);
-    else if (drop_reference(o))
-        remove_value_and_record(o);
+    if (*variable) release(std::exchange(*variable, nullptr));
 }
 
 void OBJ_remove_object_keep_value(QOR_OBJECT **variable) {
@@ -366,6 +369,10 @@ void OBJ_move_object_ref(QOR_OBJECT **source, QOR_OBJECT **target) {
     QOR_OBJECT *o = *source;
     if (!o) {
         OBJ_remove_object(target);
+        return;
+    }
+    if (!*target && !o->aps) {
+        *target = std::exchange(*source, nullptr);
         return;
     }
     OBJ_create_object_ref(o, target);

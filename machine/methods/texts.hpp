@@ -73,9 +73,6 @@ inline STRNG *own_text(int32_t depth) {
     return string_of(o);
 }
 
-// The text up to a zero byte, for operations on C strings.
-inline std::string_view c_text(std::string_view text) { return text.substr(0, text.find('\0')); }
-
 // What OBJ_to_string gives, without a copy where the value is a text.
 inline std::string_view rendered(QOR_OBJECT *o, Strng &work) {
     if (has_value(o, TYPE_STRING)) return c_text(text_of(o));
