@@ -42,7 +42,7 @@ asan:
 
 bench: build
 	@$(PACKAGES) $$(cat bench/packages.txt)
-	@sh bench/run.sh
+	@sh bench/run.sh build/bin/qor
 
 lint:
 	@$(PACKAGES) $(LINT_PACKAGES)

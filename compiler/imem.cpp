@@ -23,6 +23,31 @@ uint32_t count = 0; // the index of the next free row
 const uint32_t *current_source = nullptr;
 const uint32_t *current_line = nullptr;
 
+bool is_int(const QOR_OBJECT *o) { return type_of(o) == TYPE_INT && is_defined(o); }
+
+Short_way way_of(const Instruction &i) {
+    switch (i.kind) {
+    case KIND_PUSH: return is_scalar_type(type_of(i.object)) ? WAY_PUSH_SCALAR : WAY_NONE;
+    case KIND_PUSHAP: return i.path ? WAY_PUSHAP : WAY_NONE;
+    case KIND_POPAP: return i.stored ? WAY_POPAP : WAY_NONE;
+    case KIND_GOTO: return WAY_GOTO;
+    case KIND_IGOTO: return WAY_IGOTO;
+    default: return WAY_NONE;
+    }
+}
+
+// All short ways are chosen here. Those of operands run over the instructions
+// behind them too; a jump to one of these finds its own mark.
+void mark(uint32_t index) {
+    Instruction *i = &imem_program[index];
+    i->way = way_of(*i);
+    if (i->way != WAY_PUSHAP || index < 1 || i[-1].kind != KIND_PUSH) return;
+    if (type_of(i[-1].object) == TYPE_STRING) i[-1].way = WAY_PUSH_TEXT;
+    if (!is_int(i[-1].object)) return;
+    i[-1].way = WAY_PUSH_INT;
+    if (index >= 2 && i[-2].way == WAY_PUSHAP) i[-2].way = WAY_PUSHAP_INT;
+}
+
 void emit(uint8_t kind, uint32_t target = 0, Ap *path = nullptr) {
     Instruction &i = imem_program[count];
     i.kind = kind;
@@ -31,6 +56,7 @@ void emit(uint8_t kind, uint32_t target = 0, Ap *path = nullptr) {
     const bool known = current_source && current_line;
     i.source = known ? *current_source : 0;
     i.line = known ? *current_line : 0;
+    mark(count);
     if (++count < IMEM_LIMIT) return;
     // The row is valid, and the compilation ends all the same.
     count = IMEM_LIMIT;
@@ -56,14 +82,7 @@ void IMEM_EMIT_PUSH_STRING(STRNG text) {
     emit(KIND_PUSH);
 }
 
-void IMEM_EMIT_PUSHAP(STRNG name) {
-    if (count > 0) {
-        Instruction &before = imem_program[count - 1];
-        before.is_operand = before.kind == KIND_PUSH &&
-                            (type_of(before.object) == TYPE_INT || type_of(before.object) == TYPE_STRING);
-    }
-    emit(KIND_PUSHAP, 0, AP_create_path(name));
-}
+void IMEM_EMIT_PUSHAP(STRNG name) { emit(KIND_PUSHAP, 0, AP_create_path(name)); }
 
 void IMEM_EMIT_PUSHAP_REF(STRNG name) { emit(KIND_PUSHAP_REF, 0, AP_create_path(name)); }
 

@@ -21,9 +21,24 @@ enum Instruction_kind : uint8_t {
     KIND_PUSHAP_REF = 10,
 };
 
+// How the machine's loop runs the instruction: what is common has a short way
+// of its own, marked when it is emitted. A mark is a hint: the machine leaves the
+// short way wherever a case is not the common one, and goes by the kind.
+enum Short_way : uint8_t {
+    WAY_NONE = 0,
+    WAY_PUSH_SCALAR,  // PUSH of an int, real, boolean or long
+    WAY_PUSH_INT,     // PUSH of an int right before a PUSHAP, perhaps an operator
+    WAY_PUSH_TEXT,    // the same with a text
+    WAY_PUSHAP,
+    WAY_PUSHAP_INT,   // PUSHAP right before such a PUSH of an int: perhaps the left operand
+    WAY_POPAP,        // with the node of the whole name
+    WAY_GOTO,
+    WAY_IGOTO,
+};
+
 struct Instruction {
     uint8_t kind;
-    bool is_operand;    // PUSH of an int or a text right before a PUSHAP: perhaps an operator's
+    uint8_t way;        // Short_way
     uint32_t target;    // instruction index of GOTO and IGOTO
     QOR_OBJECT *object; // constant; of POPAP the last component of the name
     Ap *path;           // belongs to the tree; of POPAP the container's
@@ -63,7 +78,6 @@ extern Instruction imem_program[IMEM_LIMIT + 1];
 // The program counter: the instruction that is fetched next.
 extern Instruction *imem_next;
 
-inline uint32_t IMEM_GET_PC() { return static_cast<uint32_t>(imem_next - imem_program); }
 inline void IMEM_SET_PC(uint32_t address) { imem_next = imem_program + address; }
 inline Instruction *IMEM_FETCH() { return imem_next++; }
 

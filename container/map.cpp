@@ -1,26 +1,12 @@
-#include "qor/map.h"
+#include "container/map.hpp"
 
 #include <algorithm>
 #include <vector>
 
 #include "object/map_access.hpp"
-#include "container/trie.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/storage.hpp"
-#include "object/object.hpp"
 #include "qor/msg.h"
-
-// The order chain runs through the nodes that hold an object, and through no
-// others. A removed key keeps its node without an object.
-struct QOR_MAP {
-    qor::Trie trie; // begins with the generation, see Map_head
-    QOR_OBJECT *default_object = nullptr; // owns one reference
-    qor::Strng label;
-    qor::Map_node *first = nullptr;
-    qor::Map_node *read = nullptr; // what the next read returns
-    qor::Map_node *last = nullptr;
-    bool is_kept = false; // see map_keep
-};
 
 namespace qor {
 
@@ -60,33 +46,18 @@ inline bool may_be_refilled(QOR_OBJECT *o) {
     return is_scalar_type(type_of(o)) && o->pins == 0;
 }
 
-void chain_append(QOR_MAP *map, Map_node *node) {
-    node->next = nullptr;
-    node->previous = map->last;
-    (map->last ? map->last->next : map->first) = node;
-    map->last = node;
-}
-
 void chain_remove(QOR_MAP *map, Map_node *node) {
     (node->previous ? node->previous->next : map->first) = node->next;
     (node->next ? node->next->previous : map->last) = node->previous;
     if (map->read == node) map->read = node->next;
 }
 
-// Stores the variable's reference in a node without an object. The variable gets
-// what the last clearing left there, or nil.
-void put_new(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
-    QOR_OBJECT *spare = node->spare;
-    node->object = std::exchange(*variable, spare);
-    chain_append(map, node);
-}
-
-// The same for any node; the variable is left nil.
+// Stores the variable's reference in any node; the variable is left nil.
 void put(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
     if (node->object)
         std::swap(node->object, *variable);
     else
-        put_new(map, node, variable);
+        map_put_new(map, node, variable);
     OBJ_remove_object(variable);
 }
 
@@ -102,26 +73,6 @@ Entry_cache remembered(const QOR_MAP *map, Map_node *node) {
 }
 
 QOR_MAP *new_map() { return new (storage_allocate(sizeof(QOR_MAP))) QOR_MAP; }
-
-void clear(QOR_MAP *map) {
-    if (!map->first && !map->default_object) return;
-    Map_node *node = map->first;
-    map->first = map->read = map->last = nullptr;
-    while (node) {
-        Map_node *next = node->next;
-        QOR_OBJECT *object = std::exchange(node->object, nullptr);
-        // A plain value that nobody else has stays for the next one of its name.
-        if (may_be_refilled(object) && (object->flags >> 8) == 1 && !object->aps)
-            node->spare = object;
-        else {
-            node->spare = nullptr;
-            OBJ_remove_object(&object);
-        }
-        node = next;
-    }
-    map->trie.clear_or_keep();
-    OBJ_remove_object(&map->default_object);
-}
 
 // Owns a map while it is being filled: a copy may abort half way.
 struct Map_owner {
@@ -152,6 +103,25 @@ void copy_entries(QOR_MAP *source, QOR_MAP *target) {
 
 } // namespace
 
+void map_clear_entries(QOR_MAP *map) {
+    Map_node *node = map->first;
+    map->first = map->read = map->last = nullptr;
+    while (node) {
+        Map_node *next = node->next;
+        QOR_OBJECT *object = std::exchange(node->object, nullptr);
+        // A plain value that nobody else has stays for the next one of its name.
+        if (may_be_refilled(object) && (object->flags >> 8) == 1 && !object->aps)
+            node->spare = object;
+        else {
+            node->spare = nullptr;
+            OBJ_remove_object(&object);
+        }
+        node = next;
+    }
+    map->trie.clear_or_keep();
+    OBJ_remove_object(&map->default_object);
+}
+
 QOR_OBJECT *map_find(QOR_MAP *map, STRNG key) {
     if (!map) return nullptr;
     const Map_node *node = find_node(map, view(key));
@@ -170,6 +140,7 @@ QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache) {
 }
 
 void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable) {
+    if (map_put_plain(map, *cache, variable)) return;
     if (!is_valid(*cache, map)) {
         if (key.length == 0 || !check_key(view(key)) || view(key) == DEFAULT_KEY) {
             MAP_INSERT_MOVED(map, key, variable);
@@ -195,7 +166,7 @@ void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **va
     if (old)
         put(map, node, variable);
     else
-        put_new(map, node, variable);
+        map_put_new(map, node, variable);
 }
 
 void map_keep(QOR_MAP *map) { map->is_kept = true; }
@@ -222,7 +193,7 @@ void map_sort(QOR_MAP *map, bool descending) {
         const int order = a.key.text().substr(0, a.compared).compare(b.key.text().substr(0, b.compared));
         return descending ? order > 0 : order < 0;
     });
-    clear(map);
+    map_clear(map);
     for (Entry &e : entries) MAP_INSERT_MOVED(map, e.key, &e.value);
 }
 
@@ -263,6 +234,7 @@ void MAP_CREATE_NONAME(QOR_MAP **variable) { *variable = new_map(); }
 
 void MAP_CREATE_C(QOR_MAP **variable, const char *name) {
     *variable = new_map();
+    if (!*name) return; // no key of the root: the map is the caller's alone
     Object_var object;
     BTYP_create_map_ref(&object, *variable);
     MAP_INSERT_OBJECT_REF_C(root_map, name, object);
@@ -284,14 +256,14 @@ void MAP_REMOVE(QOR_MAP **variable) {
     QOR_MAP *map = *variable;
     if (!map) return;
     *variable = nullptr;
-    clear(map);
+    map_clear(map);
     if (map->is_kept) return;
     map->~QOR_MAP();
     storage_free(map, sizeof(QOR_MAP));
 }
 
 void MAP_CLEAR(QOR_MAP **variable) {
-    if (*variable) clear(*variable);
+    if (*variable) map_clear(*variable);
 }
 
 void MAP_COPY(QOR_MAP *source, QOR_MAP **variable) {
@@ -310,7 +282,7 @@ void MAP_FILL(QOR_MAP *source, QOR_MAP **variable) {
     Map_owner copy;
     copy_entries(source, copy.map);
     QOR_MAP *target = *variable;
-    clear(target);
+    map_clear(target);
     copy_entries(copy.map, target);
 }
 
@@ -421,7 +393,7 @@ int32_t MAP_TEST_KEY_C(QOR_MAP *map, const char *key) { return MAP_TEST_KEY(map,
 void MAP_GET_KEY_POS(QOR_MAP *map, STRNG key, uint32_t *position, int32_t *status) {
     *status = 0;
     if (!map) return;
-    const Map_node *wanted = find_node(map, view(key));
+    const Map_node *wanted = key.length <= KEY_LIMIT ? find_node(map, view(key)) : nullptr;
     *position = 1;
     for (const Map_node *node = map->first; node; node = node->next, ++*position) {
         if (node != wanted) continue;
@@ -459,7 +431,8 @@ void MAP_READ_VALUE(QOR_MAP **variable, STRNG *key, STRNG *value, int32_t *statu
 }
 
 void MAP_REMOVE_OBJECT(QOR_MAP *map, STRNG key, int32_t *status) {
-    Map_node *node = map ? find_node(map, view(key)) : nullptr;
+    // A key that is too long for an entry is none here.
+    Map_node *node = map && key.length <= KEY_LIMIT ? find_node(map, view(key)) : nullptr;
     *status = node ? 1 : 0;
     if (!node) return;
     chain_remove(map, node);

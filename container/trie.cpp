@@ -23,10 +23,6 @@ static_assert(2 * sizeof(Child_table) % alignof(Map_node *) == 0);
 
 namespace {
 
-// A map that is emptied keeps up to this many nodes. Records have fewer fields;
-// a map with ever new keys must not grow without bound.
-constexpr uint32_t KEPT_NODES = 256;
-
 uint64_t last_generation = 0;
 
 size_t node_size(uint16_t room) { return std::max(sizeof(Map_node), offsetof(Map_node, bytes) + room); }
@@ -151,7 +147,7 @@ void Trie::free_children(Map_node *node) {
 }
 
 void Trie::clear_or_keep() {
-    if (nodes_ <= KEPT_NODES) return;
+    if (!has_many_nodes()) return;
     free_children(&root_);
     nodes_ = 0;
     generation = ++last_generation;

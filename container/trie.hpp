@@ -51,6 +51,9 @@ class Trie : Map_head {
     // is emptied and filled again for each record keeps its nodes. No node may
     // hold an object any more.
     void clear_or_keep();
+    // A map that is emptied keeps up to this many nodes. Records have fewer
+    // fields; a map with ever new keys must not grow without bound.
+    bool has_many_nodes() const { return nodes_ > 256; }
 
   private:
     Map_node *new_node(Map_node *parent, std::string_view bytes);

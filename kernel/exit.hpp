@@ -32,6 +32,8 @@ void QORPROC_ABORT();
 bool qorproc_abort_on_its_way();
 // Marks the begin of an abort, before its message is shown.
 void qorproc_begin_abort();
+// Marks that the abort on its way was given up.
+void qorproc_end_abort();
 // Leaves with the status of the phase without showing anything.
 void qorproc_leave_now();
 

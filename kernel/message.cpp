@@ -8,6 +8,7 @@
 #include "kernel/message.hpp"
 #include "kernel/strng.hpp"
 #include "kernel/upcalls.hpp"
+#include "platform/platform.hpp"
 #include "qor/class.h"
 #include "qor/msg.h"
 #include "qor/qorcpu.h"
@@ -20,14 +21,23 @@ namespace {
 constexpr uint32_t PIECE_LIMIT = 65535;
 constexpr size_t FORMAT_LIMIT = 65536;
 
-struct {
+struct Message_state {
     bool silent = false;
     bool silent_log = false;
     uint32_t line_size = STRNG_LIMIT;
     int32_t log_file = -1;
     Strng log_name;
     Strng work; // the text of the method that runs
-} state;
+    bool writing_log = false;
+};
+Message_state state;
+
+struct Writing_log {
+    Writing_log() { state.writing_log = true; }
+    ~Writing_log() { state.writing_log = false; }
+    Writing_log(const Writing_log &) = delete;
+    Writing_log &operator=(const Writing_log &) = delete;
+};
 
 // Cuts a text into pieces and forces a line end when the line size is reached,
 // also when the text ends there. The count of bytes since the last forced line
@@ -53,8 +63,16 @@ template <typename Sink> void write_pieces(std::string_view text, Sink sink) {
     if (start < text.size()) sink(text.substr(start), false);
 }
 
+// A script may close any file by its id, the log among them, and open another
+// under the id: then there is no log any more. What a failing write has to say
+// can not go to the log itself.
 void write_log(std::string_view text) {
-    if (state.silent_log || state.log_file < 0) return;
+    if (state.silent_log || state.log_file < 0 || state.writing_log) return;
+    if (!textfile_is_written(state.log_file, state.log_name.text())) {
+        state.log_file = -1;
+        return;
+    }
+    const Writing_log scope;
     write_pieces(text, [](std::string_view piece, bool line_end) {
         TEXTFILE_WRITE(&state.log_file, borrow(piece));
         if (line_end) TEXTFILE_WRITE_C(&state.log_file, "\n");
@@ -71,7 +89,8 @@ void write_console(std::string_view text) {
 }
 
 void close_log() {
-    if (state.log_file >= 0) TEXTFILE_CLOSE(&state.log_file);
+    if (state.log_file >= 0 && textfile_is_written(state.log_file, state.log_name.text()))
+        TEXTFILE_CLOSE(&state.log_file);
     state.log_file = -1;
 }
 
@@ -79,6 +98,8 @@ void close_log() {
 // read back line by line.
 void rename_log(std::string_view name) {
     if (state.log_file < 0 || name == state.log_name.text()) return;
+    // Another spelling of its own name would empty the log and then remove it.
+    if (platform::is_same_file(std::string(name), std::string(state.log_name.text()))) return;
     int32_t status;
     int32_t file;
     TEXTFILE_CREATE(&file, borrow(name), &status);
@@ -166,7 +187,16 @@ void abort_with(std::string_view text) {
     }
     qorproc_begin_abort();
     abort_text.assign(text);
-    dispatch(Message_channel::ERROR, abort_text.text());
+    try {
+        dispatch(Message_channel::ERROR, abort_text.text());
+    } catch (const Qor_exit &) {
+        throw;
+    } catch (...) {
+        // A script's own ERROR broke off the rule that aborts: the abort is over.
+        qorproc_end_abort();
+        abort_text.clear();
+        throw;
+    }
     abort_text.clear();
     QORPROC_ABORT();
 }
@@ -230,6 +260,9 @@ void message_append_log(std::string_view name) {
 }
 
 void message_init() {
+    // A later start finds the settings as the first one did. The files of the run
+    // before are closed by now.
+    state = Message_state();
     static bool done = false;
     if (!first_time(done)) return;
     int32_t status;

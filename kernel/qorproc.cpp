@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "kernel/counters.hpp"
 #include "kernel/exit.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/message.hpp"
@@ -191,6 +192,7 @@ void QORPROC_ABORT() {
 
 bool qorproc_abort_on_its_way() { return abort_on_its_way; }
 void qorproc_begin_abort() { abort_on_its_way = true; }
+void qorproc_end_abort() { abort_on_its_way = false; }
 
 void qorproc_leave_now() { leave(qorproc_phase); }
 
@@ -203,6 +205,7 @@ void QORPROC_INIT() {
     initialised = true;
     qorproc_phase = QORPROC_PHASE_IDLE;
     qorproc_main_window = 0;
+    input_count = output_count = error_count = 0;
     for (auto init : INIT_ORDER) init();
     if (!geom_bridge_connect()) {
         std::string text = std::string("unable to load geom") + platform::LIBRARY_SUFFIX;

@@ -80,10 +80,17 @@ void strng_append_right(STRNG *s, std::string_view text, uint64_t width) {
     if (room.count > blanks) copy_bytes(room.bytes + blanks, text.substr(0, room.count - blanks));
 }
 
-void strng_assign_growing(STRNG *s, std::string_view text) { replace(s, text, text.size()); }
+void strng_assign(STRNG *s, std::string_view text) {
+    if (text.size() > s->capacity) [[unlikely]] return replace(s, text, text.size());
+    copy_text(s->data, text.data(), text.size());
+    s->length = static_cast<uint32_t>(text.size());
+}
 
-void strng_append_growing(STRNG *s, std::string_view text) {
-    strng_append_padded(s, text, text.size(), Growth::DOUBLING);
+void strng_append(STRNG *s, std::string_view text) {
+    if (text.size() > s->capacity - s->length) [[unlikely]]
+        return strng_append_padded(s, text, text.size(), Growth::DOUBLING);
+    copy_text(s->data + s->length, text.data(), text.size());
+    s->length += static_cast<uint32_t>(text.size());
 }
 
 const char *Strng::c_str() {

@@ -64,15 +64,20 @@ inline uint64_t zero_bytes(uint64_t word) { return (word - 0x0101010101010101u) 
         *target = *from;
 }
 
-inline bool holds_zero(std::string_view text) {
+inline bool is_same_text(std::string_view a, std::string_view b) {
+    const size_t n = a.size();
+    if (n != b.size()) return false;
+    if (n - 8 > 8) return n == 0 || std::memcmp(a.data(), b.data(), n) == 0;
+    const uint64_t differences = (word_at(a.data()) ^ word_at(b.data())) |
+                                 (word_at(a.data() + n - 8) ^ word_at(b.data() + n - 8));
+    return differences == 0;
+}
+
+[[gnu::always_inline]] inline bool holds_zero(std::string_view text) {
     const char *bytes = text.data();
     const size_t n = text.size();
-    if (n > 64) return std::memchr(bytes, 0, n) != nullptr;
-    if (n >= 8) {
-        uint64_t zeros = zero_bytes(word_at(bytes + n - 8));
-        for (size_t i = 0; i + 8 < n; i += 8) zeros |= zero_bytes(word_at(bytes + i));
-        return zeros != 0;
-    }
+    if (n > 16) return std::memchr(bytes, 0, n) != nullptr;
+    if (n >= 8) return (zero_bytes(word_at(bytes)) | zero_bytes(word_at(bytes + n - 8))) != 0;
     for (size_t i = 0; i < n; ++i) {
         if (bytes[i] == 0) return true;
     }
@@ -106,9 +111,9 @@ class Strng {
     bool empty() const { return s_.length == 0; }
     void clear() { s_.length = 0; }
     // Keeps the buffer where the text fits.
-    inline void assign(std::string_view text);
+    void assign(std::string_view text);
     // Doubling growth.
-    inline void append(std::string_view text);
+    void append(std::string_view text);
     void append(char c) { append(std::string_view(&c, 1)); }
     // The text with a terminating zero behind it (not part of the length). The
     // pointer is valid until the string changes.
@@ -126,21 +131,11 @@ class Strng {
 
 // Replaces the text of a plain record, keeping the buffer where it fits. The
 // text may lie in the record's own buffer.
-void strng_assign_growing(STRNG *s, std::string_view text);
-inline void strng_assign(STRNG *s, std::string_view text) {
-    if (text.size() > s->capacity) [[unlikely]] return strng_assign_growing(s, text);
-    copy_text(s->data, text.data(), text.size());
-    s->length = static_cast<uint32_t>(text.size());
-}
+void strng_assign(STRNG *s, std::string_view text);
 // Appends with doubling growth.
-void strng_append_growing(STRNG *s, std::string_view text);
-inline void strng_append(STRNG *s, std::string_view text) {
-    if (text.size() > s->capacity - s->length) [[unlikely]] return strng_append_growing(s, text);
-    copy_text(s->data + s->length, text.data(), text.size());
-    s->length += static_cast<uint32_t>(text.size());
-}
+void strng_append(STRNG *s, std::string_view text);
 
-void Strng::assign(std::string_view text) { strng_assign(&s_, text); }
-void Strng::append(std::string_view text) { strng_append(&s_, text); }
+inline void Strng::assign(std::string_view text) { strng_assign(&s_, text); }
+inline void Strng::append(std::string_view text) { strng_append(&s_, text); }
 
 } // namespace qor

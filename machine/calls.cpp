@@ -32,6 +32,16 @@ Method_finder message_methods[] = {{"MESSAGE", "DISPLAY"}, {"MESSAGE", "ERROR"},
 } // namespace
 
 void qorcpu_apply_map(QOR_MAP *map) {
+    // The usual case, a plain entry, which takes the place of its key.
+    QOR_OBJECT *key = qorcpu_top();
+    if (type_of(key) == TYPE_STRING && is_defined(key) && text_of(key).size() <= SHORT_KEY) {
+        QOR_OBJECT *entry = map_find(map, *string_of(key));
+        if (entry && is_leaf_type(type_of(entry))) {
+            qorcpu_drop();
+            copy_into(entry, qorcpu_push_slot());
+            return;
+        }
+    }
     static Strng work;
     pop_key(work);
     QOR_OBJECT *entry = map_find(map, work);

@@ -1,4 +1,5 @@
 // The object stack: the pushes, pops and peeks of the calling interface.
+#include "kernel/upcalls.hpp"
 #include "machine/qorcpu.hpp"
 #include "qor/geom.h"
 #include "qor/map.h"
@@ -6,10 +7,6 @@
 namespace qor {
 
 namespace {
-
-// A string that a pop left in its slot may wait there for the next text, if it
-// does not keep much storage from others.
-constexpr uint32_t KEPT_TEXT = 4096;
 
 QOR_OBJECT *top_for_test() {
     if (qorcpu_stack_top < 1) {
@@ -70,7 +67,7 @@ std::string_view qorcpu_top_text() {
 
 void qorcpu_release_top() {
     QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
-    if (!is_reusable_string(*slot) || string_of(*slot)->capacity > KEPT_TEXT) OBJ_remove_object(slot);
+    if (!may_wait_in_slot(*slot)) OBJ_remove_object(slot);
     qorcpu_drop();
 }
 
@@ -162,6 +159,11 @@ bool qorcpu_peek_int_and_text(int32_t *number, std::string_view *text) {
     *number = below->int_value;
     *text = text_of(top);
     return true;
+}
+
+void qorcpu_drop_int_and_text() {
+    qorcpu_release_top();
+    qorcpu_drop();
 }
 
 } // namespace qor

@@ -80,7 +80,7 @@ void display_stack() {
 void display_pstack() {
     std::vector<Strng> lines;
     for (uint32_t i = 0; i + 1 < qorcpu_pstack_top; ++i)
-        lines.push_back(call_line("   ", i, IMEM_GET_INSTRUCTION(qorcpu_return[i + 1] - 1)));
+        lines.push_back(call_line("   ", i, qorcpu_return[i + 1] - 1));
     if (qorcpu_pstack_top == 0)
         lines.emplace_back("   EMPTY");
     else

@@ -3,9 +3,11 @@
 
 #include <cstdint>
 
+#include "compiler/imem.hpp"
+
 namespace qor {
 
-extern uint32_t qorcpu_return[];
+extern Instruction *qorcpu_return[];
 extern uint32_t qorcpu_entry[];
 
 // Shows both stacks and halts. The method ABORT of class QOR during a run.

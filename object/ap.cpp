@@ -175,6 +175,11 @@ void reset_ap(Ap *ap) {
     }
 }
 
+// Out of line: inlined into the machine's loop it would take its registers.
+[[gnu::noinline]] void ap_reset_bound_children(Ap *ap) {
+    while (ap->bound_child) reset_ap(ap->bound_child);
+}
+
 void ap_init() {
     static bool done = false;
     if (!first_time(done)) return;

@@ -47,21 +47,34 @@ inline QOR_OBJECT *AP_resolve(Ap *ap) {
     return ap->obj ? ap->obj : ap_resolve_unbound(ap);
 }
 
+// A defined object of the type: one comparison of a byte.
+[[gnu::always_inline]] inline bool is_defined_as(const QOR_OBJECT *o, int32_t type) {
+    return static_cast<uint8_t>(o->flags) == (OBJ_DEFINED | static_cast<uint32_t>(type));
+}
+
+// What stands at the remembered place of an unbound node; null when the node
+// must be resolved.
+[[gnu::always_inline]] inline QOR_OBJECT *ap_peek(Ap *ap) {
+    const QOR_OBJECT *container = ap->parent->obj;
+    if (!container || !is_defined_as(container, TYPE_MAP) || !container->handle) return nullptr;
+    return cached_object(*ap_entry(ap), static_cast<const QOR_MAP *>(container->handle));
+}
+
 // Reads a node that leads to a plain value in a map, without binding it. Such a
 // value has no names below it, and with a single reference nothing but its map
 // entry can show which paths are bound to it; so the binding would only have to
 // be undone by the next assignment. Null when the node must be resolved.
-inline QOR_OBJECT *ap_peek_value(Ap *ap) {
-    const QOR_OBJECT *container = ap->parent->obj;
-    if (!container || type_of(container) != TYPE_MAP || !container->handle) return nullptr;
-    QOR_OBJECT *object = cached_object(*ap_entry(ap), static_cast<const QOR_MAP *>(container->handle));
+[[gnu::always_inline]] inline QOR_OBJECT *ap_peek_value(Ap *ap) {
+    QOR_OBJECT *object = ap_peek(ap);
     return object && (object->flags >> 8) == 1 && is_leaf_type(type_of(object)) ? object : nullptr;
 }
 
 // Unbinds the node and everything under it.
 void reset_ap(Ap *ap);
+void ap_reset_bound_children(Ap *ap);
+// Rarely has anything to do, since plain values are read without binding them.
 inline void AP_reset_children(Ap *ap) {
-    while (ap->bound_child) reset_ap(ap->bound_child);
+    if (ap->bound_child) [[unlikely]] ap_reset_bound_children(ap);
 }
 
 } // namespace qor

@@ -158,18 +158,25 @@ void class_forget_script() {
     }
     MAP_CLEAR(&native);
     MAP_CLEAR(&procedures);
+    // A class without a native method is the script's own.
+    std::vector<Strng> own_classes;
     for (const Map_node *entry = map_first(classes); entry; entry = map_next(entry)) {
         QOR_OBJECT *object = map_object(entry);
         if (type_of(object) != TYPE_MAP || !map_of(object)) continue;
         names.clear();
+        bool has_native = false;
         for (const Map_node *m = map_first(map_of(object)); m; m = map_next(m)) {
-            const QOR_OBJECT *method = map_object(m);
-            if (type_of(method) == TYPE_METHOD && is_defined(method) &&
-                static_cast<const QOR_METHOD *>(method->handle)->kind == METHOD_SCRIPT)
+            QOR_OBJECT *method = map_object(m);
+            if (type_of(method) != TYPE_METHOD || !is_defined(method)) continue;
+            if (method_of(method)->kind == METHOD_NATIVE)
+                has_native = true;
+            else
                 map_key(m, &names.emplace_back());
         }
         for (const Strng &name : names) MAP_REMOVE_OBJECT(map_of(object), name, &status);
+        if (!has_native) map_key(entry, &own_classes.emplace_back());
     }
+    for (Strng &name : own_classes) CLASS_REMOVE_CLASS_C(name.c_str(), &status);
 }
 
 void class_init() {

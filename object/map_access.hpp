@@ -9,6 +9,9 @@
 
 namespace qor {
 
+// A text of this length can be a key: looking it up shows no message.
+inline constexpr uint32_t SHORT_KEY = 255;
+
 // The entry under the key, else the default, else null. Borrowed. The map may
 // be nil.
 QOR_OBJECT *map_find(QOR_MAP *map, STRNG key);

@@ -30,11 +30,18 @@ constexpr int SPARE_LIMIT = 256;
 QOR_OBJECT *spare_strings = nullptr;
 int spare_count = 0;
 
-void retire_string(QOR_OBJECT *o) {
+[[gnu::noinline]] void free_string(QOR_OBJECT *o) {
+    STRNG *s = string_of(o);
+    if (s->data) storage_free(s->data, s->capacity);
+    long_records.give(o);
+}
+
+inline void retire_string(QOR_OBJECT *o) {
     STRNG *s = string_of(o);
     s->data -= o->head; // a null buffer has no head
     s->capacity += o->head;
-    if (POOLED_RECORDS && s->capacity - SMALLEST_SPARE <= SPARE_CAPACITY - SMALLEST_SPARE && spare_count < SPARE_LIMIT) {
+    const bool has_room = s->capacity >= SMALLEST_SPARE && s->capacity <= SPARE_CAPACITY;
+    if (POOLED_RECORDS && has_room && spare_count < SPARE_LIMIT) {
         // Not in use while it waits, so not counted.
         storage_size -= s->capacity + static_cast<int64_t>(LONG_RECORD);
         o->aps = reinterpret_cast<Ap *>(spare_strings);
@@ -42,8 +49,7 @@ void retire_string(QOR_OBJECT *o) {
         ++spare_count;
         return;
     }
-    if (s->data) storage_free(s->data, s->capacity);
-    long_records.give(o);
+    free_string(o);
 }
 
 QOR_OBJECT *new_string(std::string_view text) {
@@ -55,7 +61,7 @@ QOR_OBJECT *new_string(std::string_view text) {
         o->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
         o->head = 0;
         o->aps = nullptr;
-        strng_assign(string_of(o), text);
+        refill_string(o, text);
         return o;
     }
     auto *o = static_cast<QOR_OBJECT *>(long_records.take());
@@ -147,14 +153,18 @@ bool drop_reference(QOR_OBJECT *o) {
     return false;
 }
 
+[[gnu::noinline]] void release_other(QOR_OBJECT *o) {
+    if (drop_reference(o)) remove_value_and_record(o);
+}
+
 // Gives a reference back. The usual objects first: those of one owner.
-inline void release(QOR_OBJECT *o) {
+[[gnu::always_inline]] inline void release(QOR_OBJECT *o) {
     if (is_reusable_scalar(o) && o->pins == 0)
         short_records.give(o);
     else if (is_reusable_string(o))
         retire_string(o);
-    else if (drop_reference(o))
-        remove_value_and_record(o);
+    else
+        release_other(o);
 }
 
 void abort_null(const char *operation) {
@@ -216,9 +226,20 @@ void cut_left(QOR_OBJECT *o, uint32_t n) {
     o->head += n;
 }
 
+// Apart, so that the usual copies need no frame.
+[[gnu::noinline]] static void copy_other(QOR_OBJECT *object, QOR_OBJECT **variable) {
+    Object_var copy;
+    OBJ_copy_object(object, &copy);
+    OBJ_remove_object(variable);
+    *variable = copy.release();
+}
+
 void copy_into(QOR_OBJECT *object, QOR_OBJECT **variable) {
-    QOR_OBJECT *held = *variable;
     const int32_t type = type_of(object);
+    if (type == TYPE_STRING && is_defined(object)) [[likely]] {
+        if (is_reusable_string(*variable)) [[likely]] return refill_string(*variable, text_of(object));
+        return fresh_string(variable, text_of(object));
+    }
     if (is_scalar_type(type)) {
         const uint32_t flags = (object->flags & 0x7f) | OBJ_ONE;
         const uintptr_t word = object->word;
@@ -227,17 +248,7 @@ void copy_into(QOR_OBJECT *object, QOR_OBJECT **variable) {
         record->word = word;
         return;
     }
-    if (type == TYPE_STRING && is_defined(object)) {
-        if (is_reusable_string(held))
-            refill_string(held, text_of(object));
-        else
-            fresh_string(variable, text_of(object));
-        return;
-    }
-    Object_var copy;
-    OBJ_copy_object(object, &copy);
-    OBJ_remove_object(variable);
-    *variable = copy.release();
+    copy_other(object, variable);
 }
 
 Nesting::Nesting() {

@@ -116,8 +116,17 @@ void fresh_string(QOR_OBJECT **variable, std::string_view text);
 // A string that nothing but the caller's variable refers to: it may take
 // another text.
 inline bool is_reusable_string(const QOR_OBJECT *o) {
-    return o && (o->flags >> 7) == 2 && type_of(o) == TYPE_STRING && !o->aps;
+    return o && (o->flags | OBJ_DEFINED) == (OBJ_ONE | OBJ_DEFINED | TYPE_STRING) && !o->aps;
 }
+// The same with a text in it.
+inline bool is_own_text(const QOR_OBJECT *o) {
+    return o && o->flags == (OBJ_ONE | OBJ_DEFINED | TYPE_STRING) && !o->aps;
+}
+
+// Such a string may also wait in a slot that it was popped from for the next
+// text there, if it does not keep much storage from others.
+inline constexpr uint32_t KEPT_TEXT = 4096;
+inline bool may_wait_in_slot(QOR_OBJECT *o) { return is_reusable_string(o) && string_of(o)->capacity <= KEPT_TEXT; }
 
 // Keeps an object alive for the run of a method, invisibly to its count.
 inline void pin(QOR_OBJECT *o) { ++o->pins; }
@@ -132,13 +141,17 @@ inline void normalize_string(QOR_OBJECT *o) {
 }
 
 // Gives a reusable string another text, which may lie in it.
-inline void refill_string(QOR_OBJECT *o, std::string_view text) {
+[[gnu::always_inline]] inline void refill_string(QOR_OBJECT *o, std::string_view text) {
     STRNG *s = string_of(o);
-    s->data -= o->head;
-    s->capacity += o->head;
-    o->head = 0;
-    strng_assign(s, text);
-    o->flags |= OBJ_DEFINED;
+    if (o->head) {
+        s->data -= o->head;
+        s->capacity += o->head;
+        o->head = 0;
+    }
+    o->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
+    if (text.size() > s->capacity) [[unlikely]] return strng_assign(s, text);
+    copy_text(s->data, text.data(), text.size());
+    s->length = static_cast<uint32_t>(text.size());
 }
 // Cuts n bytes (at most the length) from the left in constant time.
 void cut_left(QOR_OBJECT *string_object, uint32_t n);

@@ -43,6 +43,7 @@ struct File_info {
     int64_t created = 0; // birth time, else the last status change
 };
 File_info file_info(const std::string &path);
+bool is_same_file(const std::string &path, const std::string &other); // both exist and are one
 // Names in the pattern's directory that match its last component (* and ?),
 // sorted bytewise, without the directory part. "." and ".." come when they match.
 std::vector<std::string> find_files(const std::string &pattern);

@@ -175,6 +175,12 @@ File_info file_info(const std::string &path) {
     return result;
 }
 
+bool is_same_file(const std::string &path, const std::string &other) {
+    struct stat a, b;
+    if (holds_zero(path) || holds_zero(other)) return false;
+    return stat(path.c_str(), &a) == 0 && stat(other.c_str(), &b) == 0 && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 std::vector<std::string> find_files(const std::string &pattern) {
     std::vector<std::string> names;
     if (holds_zero(pattern)) return names;

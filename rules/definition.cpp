@@ -117,11 +117,29 @@ Rule_table::~Rule_table() { MAP_REMOVE(&places_); }
 void Rule_table::insert(STRNG name, Rule &&rule) {
     MAP_INSERT_IVALUE(places_, name, static_cast<int32_t>(rules_.size()));
     rules_.push_back(std::move(rule));
+    for (Answer &answer : answers_) answer.name.clear();
 }
 
-const Rule *Rule_table::find(STRNG name) const {
+size_t Rule_table::answer_place(std::string_view name) {
+    const size_t n = name.size();
+    const auto last = static_cast<uint8_t>(name[n - 1]);
+    const auto before = static_cast<uint8_t>(n > 1 ? name[n - 2] : '\0');
+    return (n * 5 + last * size_t{3} + before) % ANSWERS;
+}
+
+const Rule *Rule_table::look_up(STRNG name) const {
     const QOR_OBJECT *place = map_find(places_, name);
     return place ? &rules_[static_cast<size_t>(place->int_value)] : nullptr;
+}
+
+const Rule *Rule_table::find(STRNG name) {
+    if (name.length == 0) return look_up(name); // it marks an answer that is free
+    Answer &answer = answers_[answer_place(view(name))];
+    if (!is_same_text(answer.name.text(), view(name))) {
+        answer.rule = look_up(name);
+        answer.name.assign(view(name));
+    }
+    return answer.rule;
 }
 
 QOR_MAP *map_in(const Object_var &variable) {

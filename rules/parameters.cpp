@@ -64,7 +64,7 @@ bool GET_NEXT_PARAM(Parameter &parameter) {
     }
     if (item ? !item->is_name : !text.starts_with("IN.")) return true;
     Ap *path = item ? item->path : AP_create_path(borrow(text));
-    QOR_OBJECT *component = path ? AP_resolve(path) : nullptr;
+    QOR_OBJECT *component = component_value(path);
     if (!component) {
         RULE_ERROR("component ", text, " unknown, rule aborted");
         ABORT_CURRENT_RULE(ABORT_UNKNOWN_COMPONENT);

@@ -131,7 +131,7 @@ void qorrun_init() {
     rule_table = std::make_shared<Rule_table>();
     QOR_MAP *undefined_rules;
     MAP_CREATE_C(&undefined_rules, "UNDEFINED_RULES");
-    find_transfer_paths();
+    prepare_transfer();
 }
 
 void qorrun_terminate() {

@@ -38,11 +38,23 @@ class Rule_table {
     Rule_table &operator=(const Rule_table &) = delete;
 
     void insert(STRNG name, Rule &&rule);
-    const Rule *find(STRNG name) const;
+    // Null when there is none. Valid until the next insertion.
+    const Rule *find(STRNG name);
 
   private:
+    // The answers of late, at a place that the name's length and last bytes tell:
+    // a transfer asks for the same few names again and again.
+    struct Answer {
+        Strng name;
+        const Rule *rule = nullptr;
+    };
+    static constexpr size_t ANSWERS = 64;
+    static size_t answer_place(std::string_view name);
+    const Rule *look_up(STRNG name) const;
+
     QOR_MAP *places_ = nullptr; // name to index in rules_
     std::vector<Rule> rules_;
+    Answer answers_[ANSWERS];
 };
 
 // The parameters of the procedure that runs: the arguments of the rule text,
@@ -56,6 +68,15 @@ struct Parameters {
     bool has_next() const { return next != end || next_added != added.size(); }
     void clear();
 };
+
+// What a component's path leads to, null when there is nothing. A plain value is
+// read without binding the path, which clearing the map would have to undo.
+inline QOR_OBJECT *component_value(Ap *path) {
+    if (!path) return nullptr;
+    if (path->obj) return path->obj;
+    QOR_OBJECT *value = ap_peek_value(path);
+    return value ? value : ap_resolve_unbound(path);
+}
 
 // --- state ------------------------------------------------------------------
 
@@ -148,8 +169,9 @@ void RULE_ERROR(std::string_view a, std::string_view b, std::string_view c);
 void RUN1_BODY();
 // Returns only when the run itself is already on its way out.
 void ABORT_CURRENT_RULE(int32_t code);
-// The nodes of IN, OUT and UNDEFINED_RULES.
-void find_transfer_paths();
+// The nodes of IN, OUT and UNDEFINED_RULES, and the machine's own method that a
+// transfer calls, before a script or a plug-in may replace it.
+void prepare_transfer();
 
 // --- parameters -------------------------------------------------------------
 

@@ -16,6 +16,7 @@ constexpr std::string_view WILDCARD = "*";
 Ap *in_path;
 Ap *out_path;
 Ap *undefined_rules_path;
+QOR_PROC own_assert_stack_empty;
 
 // Of the dispatch: the rule that ran last, and the longest name looked for.
 Strng last_run_rule;
@@ -81,9 +82,11 @@ void EXECUTE_RULE(const Rule &rule) {
     size_t next = 0;
     for (; next < rule.size() && type_of(rule[next].object) == TYPE_STRING; ++next) {
         const Rule_item &component = rule[next];
-        QOR_OBJECT *value = component.path ? AP_resolve(component.path) : nullptr;
+        QOR_OBJECT *value = component_value(component.path);
         current_rule.append(',');
-        if (value) {
+        if (value && type_of(value) == TYPE_STRING && is_defined(value)) [[likely]] {
+            current_rule.append(c_text(text_of(value)));
+        } else if (value) {
             OBJ_to_string(value, &component_text);
             current_rule.append(component_text.text());
         } else {
@@ -140,18 +143,17 @@ void note_undefined_rule() {
         MAP_INSERT_SVALUE(map_of(map), longest_rule, borrow(WILDCARD));
 }
 
-void DISPATCH_RULE() {
-    const std::shared_ptr<Rule_table> rules = rule_table;
+void DISPATCH_RULE(Rule_table &rules) {
     last_run_rule.clear();
     longest_rule.clear();
     current_rule.assign(current_source.text());
     if (trace) MESSAGE_DISPLAY1_C("\n");
     for (;;) {
         if (current_rule.text().size() > longest_rule.text().size()) longest_rule.assign(current_rule.text());
-        if (const Rule *rule = rules->find(current_rule)) {
+        if (const Rule *rule = rules.find(current_rule)) {
             last_run_rule.assign(current_rule.text());
             if (TRY_RULE(*rule) != 0) return;
-            if (current_rule.text() == last_run_rule.text()) return;
+            if (is_same_text(current_rule.text(), last_run_rule.text())) return;
         } else if (!fall_back()) {
             note_undefined_rule();
             return;
@@ -178,12 +180,16 @@ Object_var find_required(std::string_view source_class, std::string_view name) {
 }
 
 // A rule abort in a hook breaks off that hook alone.
-void run_hook(const Object_var &hook) {
-    if (!hook || !is_defined(hook)) return;
+[[gnu::noinline]] void run_present_hook(QOR_OBJECT *hook) {
+    if (!is_defined(hook)) return;
     const Rule_guard guard;
     try {
         QORCPU_DO_METHOD(method_of(hook));
     } catch (const Rule_abort &) {}
+}
+
+inline void run_hook(const Object_var &hook) {
+    if (hook) run_present_hook(hook);
 }
 
 void clear_map(Ap *path) {
@@ -199,17 +205,26 @@ void TRANSFER_OBJECTS(std::string_view source, std::string_view source_class) {
     int32_t found;
     CLASS_GET_METHOD_OBJECT("QORCPU", "ASSERT_STACK_EMPTY", &assert_stack_empty, &found);
 
+    // The machine's own method has nothing to say about an empty stack.
+    const bool is_own_assert = assert_stack_empty && is_defined(assert_stack_empty) &&
+                               method_of(assert_stack_empty)->kind == METHOD_NATIVE &&
+                               method_of(assert_stack_empty)->native == own_assert_stack_empty;
+
+    // Held, and only taken anew when a hook or a rule ran RUN1 again.
+    std::shared_ptr<Rule_table> rules = rule_table;
+
     // The stack is not looked at before the first read: an open procedure may
     // leave values for it.
     run_hook(read_object);
     while (qorcpu_pop_boolean()) {
         run_hook(post_read);
         run_hook(pre_inout);
-        DISPATCH_RULE();
+        if (rules != rule_table) rules = rule_table;
+        DISPATCH_RULE(*rules);
         run_hook(post_inout);
         clear_map(in_path);
         clear_map(out_path);
-        run_hook(assert_stack_empty);
+        if (!is_own_assert || QORCPU_GET_STACK_SIZE() != 0) run_hook(assert_stack_empty);
         run_hook(read_object);
     }
 }
@@ -288,10 +303,14 @@ void read_settings() {
 
 } // namespace
 
-void find_transfer_paths() {
+void prepare_transfer() {
     in_path = AP_create_path(borrow("IN"));
     out_path = AP_create_path(borrow("OUT"));
     undefined_rules_path = AP_create_path(borrow("UNDEFINED_RULES"));
+    QOR_METHOD *method;
+    int32_t found;
+    CLASS_GET_METHOD_C("QORCPU", "ASSERT_STACK_EMPTY", &method, &found);
+    own_assert_stack_empty = found ? method->native : nullptr;
 }
 
 void ABORT_CURRENT_RULE(int32_t code) {

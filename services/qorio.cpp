@@ -352,7 +352,16 @@ int32_t qorio_write_text(int32_t id, std::string_view text) {
 
 int32_t QORIO_WRITE_LINE(int32_t id, std::string_view text) {
     Record *r = find_for_writing(id);
-    return !r || !write(*r, text.data(), text.size()) || !write(*r, "\n", 1);
+    if (!r) return 1;
+    if (text.size() < BUFFER_SIZE - r->next) [[likely]] {
+        uint8_t *place = buffer_of(*r) + r->next;
+        copy_text(place, text.data(), text.size());
+        place[text.size()] = '\n';
+        r->next += static_cast<uint32_t>(text.size()) + 1;
+        r->dirty = true;
+        return 0;
+    }
+    return !write(*r, text.data(), text.size()) || !write(*r, "\n", 1);
 }
 
 Line_result qorio_read_line(int32_t id, STRNG_CURSOR *line, STRNG *rest) {

@@ -158,6 +158,12 @@ void textfile_flush_all() {
     }
 }
 
+bool textfile_is_written(int32_t file, std::string_view name) {
+    if (file < 0 || file >= MAX_OPEN_FILES) return false;
+    const Text_file &row = text_files[file];
+    return row.io_id >= 0 && row.mode == File_mode::WRITE && row.file_name == name;
+}
+
 void TEXTFILE_OPEN_APPEND(int32_t *file, STRNG name, int32_t *status) {
     *status = textfile_open_or_abort(Open_kind::APPEND, "OPEN_APPEND", name, file);
 }

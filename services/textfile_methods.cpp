@@ -123,7 +123,21 @@ void method_write() {
     TEXTFILE_WRITE(&id, work);
 }
 
+// The usual case, a file that may be written: the text goes from the stack to
+// the file's buffer. Nothing is shown on the way.
+bool write_top_line() {
+    int32_t id;
+    std::string_view text;
+    if (!qorcpu_peek_int_and_text(&id, &text) || id < 0 || id >= MAX_OPEN_FILES) return false;
+    const Text_file &file = text_files[id];
+    if (file.io_id < 0 || file.mode != File_mode::WRITE) return false;
+    QORIO_WRITE_LINE(file.io_id, text);
+    qorcpu_drop_int_and_text();
+    return true;
+}
+
 void method_writeln() {
+    if (write_top_line()) return;
     QORCPU_POPS(&work);
     const int32_t id = pop_int();
     TEXTFILE_WRITELN(&id, work);

@@ -1,17 +1,9 @@
-local parts = {}
-for i = 1, 40 do
-  parts[i] = "item" .. i
-end
-local text = table.concat(parts, ",")
 local length, out = 0, ""
-for _ = 1, 100000 do
-  local kept = {}
-  for item in text:gmatch("[^,]+") do
-    if item ~= "item20" then
-      kept[#kept + 1] = item
-    end
-  end
-  out = table.concat(kept, ",")
+for i = 0, 499999 do
+  local record = i .. ",widget,north,12.50,2026-11-22,first of the month"
+  local id, key, region, price, date, note =
+    record:match("([^,]*),([^,]*),([^,]*),([^,]*),([^,]*),([^,]*)")
+  out = region .. "," .. id .. "," .. date .. "," .. key .. "," .. note .. "," .. price
   length = (length + #out) % 1000003
 end
 print(out)

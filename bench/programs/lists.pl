@@ -1,12 +1,9 @@
 use strict;
-my $text = join ",", map { "item$_" } 1 .. 40;
 my ($length, $out) = (0, "");
-for (1 .. 100000) {
-    my @kept;
-    for my $item (split /,/, $text) {
-        push @kept, $item if $item ne "item20";
-    }
-    $out = join ",", @kept;
+for my $i (0 .. 499999) {
+    my $record = "$i,widget,north,12.50,2026-11-22,first of the month";
+    my ($id, $key, $region, $price, $date, $note) = split /,/, $record;
+    $out = "$region,$id,$date,$key,$note,$price";
     $length = ($length + length $out) % 1000003;
 }
 print "$out\n$length\n";

@@ -1,12 +1,9 @@
 def main():
-    text = ",".join("item%d" % i for i in range(1, 41))
     length = 0
-    for _ in range(100000):
-        kept = []
-        for item in text.split(","):
-            if item != "item20":
-                kept.append(item)
-        out = ",".join(kept)
+    for i in range(500000):
+        record = f"{i},widget,north,12.50,2026-11-22,first of the month"
+        id, key, region, price, date, note = record.split(",")
+        out = f"{region},{id},{date},{key},{note},{price}"
         length = (length + len(out)) % 1000003
     print(out)
     print(length)

@@ -1,6 +1,7 @@
 // Objects without regard to their type: stack shaping, NULL tests, references,
 // names resolved and methods called at run time.
 #include "machine/methods/texts.hpp"
+#include "object/map_access.hpp"
 #include "qor/geom.h"
 
 namespace qor {
@@ -131,7 +132,25 @@ void push_with_test(Object_var &&object) {
     qorcpu_push_boolean(found);
 }
 
+// The usual case, a key that is in a map: the two slots take the results, and
+// the key needs no copy.
+bool index_map_with_test() {
+    if (qorcpu_stack_top < 2) return false;
+    QOR_OBJECT *key = *stack_slot(0);
+    QOR_OBJECT **slot = stack_slot(1);
+    if (!has_value(*slot, TYPE_MAP) || !has_value(key, TYPE_STRING) || text_of(key).size() > SHORT_KEY) return false;
+    QOR_OBJECT *entry = map_find(map_of(*slot), *string_of(key));
+    if (!entry) return false;
+    Object_var found = Object_var::share(entry);
+    OBJ_remove_object(slot);
+    *slot = found.release();
+    qorcpu_drop();
+    qorcpu_push_boolean(true);
+    return true;
+}
+
 void index_with_test() {
+    if (index_map_with_test()) return;
     Work_text key;
     Object_var object, entry;
     if (pop_and_index(key, object, entry)) push_with_test(std::move(entry));

@@ -1,4 +1,6 @@
 // QORMETH: registers the built-in methods of class QOR.
+#include <charconv>
+
 #include "kernel/lifecycle.hpp"
 #include "machine/methods/texts.hpp"
 #include "qor/map.h"
@@ -10,6 +12,11 @@ int32_t qormeth_work_int = 0;
 
 Strng Work_text::spares[SPARES];
 int32_t Work_text::used = 0;
+
+std::string_view int_text(int32_t value, Int_digits &digits) {
+    const auto end = std::to_chars(digits, digits + sizeof digits, value);
+    return {digits, static_cast<size_t>(end.ptr - digits)};
+}
 
 namespace {
 

@@ -1,6 +1,7 @@
 // Texts that are comma lists: taken apart item by item, put together, and their
 // names replaced by values.
 #include <algorithm>
+#include <bit>
 #include <optional>
 
 #include "machine/methods/texts.hpp"
@@ -29,7 +30,24 @@ template <class Ends> Cut cut_item(std::string_view text, Ends ends) {
 
 bool ends_word(char c) { return c == ',' || c == ' '; }
 
-Cut first_word(std::string_view text) { return cut_item(text, ends_word); }
+// Where a word ends within its first eight bytes; 8 when it is longer.
+// Comma and blank differ in two bits; without those one test finds both, and "$"
+// and "(" besides: the caller looks at what was found.
+inline size_t end_in_eight(uint64_t bytes) {
+    constexpr uint64_t EACH_BYTE = 0x0101010101010101u;
+    if constexpr (std::endian::native == std::endian::big) bytes = __builtin_bswap64(bytes);
+    // The lowest mark is right: a wrong one only stands behind another.
+    return static_cast<size_t>(std::countr_zero(zero_bytes((bytes & EACH_BYTE * 0xf3) ^ EACH_BYTE * ' '))) / 8;
+}
+
+Cut first_word(std::string_view text) {
+    size_t begin = 0;
+    while (begin < text.size() && text[begin] == ' ') ++begin;
+    size_t end = begin;
+    for (size_t n = 8; n == 8 && text.size() - end >= 8; end += n) n = end_in_eight(word_at(text.data() + end));
+    while (end < text.size() && !ends_word(text[end])) ++end;
+    return {text.substr(begin, end - begin), text.substr(end < text.size() ? end + 1 : end)};
+}
 
 Cut first_item(std::string_view text) {
     return cut_item(text, [](char c) { return c == ','; });
@@ -115,27 +133,35 @@ void push_first_of_list(QOR_OBJECT *list) {
     }
 }
 
-// The first word of a text of the stack's own, the usual case, without the way
-// through what it shares with the others.
-bool cut_own_text() {
-    if (qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) return false;
-    QOR_OBJECT *o = *stack_slot(0);
-    if (!is_reusable_string(o) || !is_defined(o)) return false;
-    const char *begin = text_of(o).data();
-    const char *const end = begin + text_of(o).size();
-    while (begin < end && *begin == ' ') ++begin;
-    const char *item_end = begin;
-    while (item_end < end && !ends_word(*item_end)) ++item_end;
-    if (item_end >= end - 1) return false; // nothing is left behind it
-    qorcpu_push_text({begin, static_cast<size_t>(item_end - begin)});
-    cut_left(o, static_cast<uint32_t>(item_end + 1 - text_of(o).data()));
-    return true;
-}
-
-void extrl() {
-    if (cut_own_text()) return;
+// What the short way does not take. Apart, so that that one needs no frame.
+[[gnu::noinline]] void extrl_other() {
     if (list_on_top()) return push_first_of_list(qorcpu_top());
     extract(first_word);
+}
+
+// The usual case is a short field of a longer record of the stack's own: it is
+// found and copied as one machine word.
+void extrl() {
+    if (qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) [[unlikely]] return extrl_other();
+    QOR_OBJECT *o = *stack_slot(0);
+    if (!is_own_text(o) || string_of(o)->length <= 8) return extrl_other();
+    STRNG *s = string_of(o);
+    const uint8_t *text = s->data;
+    const uint64_t bytes = word_at(text);
+    const size_t length = end_in_eight(bytes);
+    if (length >= 8 || text[0] == ' ' || !ends_word(static_cast<char>(text[length]))) return extrl_other();
+    const auto cut = static_cast<uint32_t>(length) + 1;
+    s->data += cut;
+    s->length -= cut;
+    s->capacity -= cut;
+    o->head += cut;
+    QOR_OBJECT **slot = qorcpu_push_slot();
+    QOR_OBJECT *item = *slot;
+    if (!is_reusable_string(item) || item->head != 0 || string_of(item)->capacity < 8) [[unlikely]]
+        return fresh_string(slot, {reinterpret_cast<const char *>(text), length});
+    item->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
+    string_of(item)->length = static_cast<uint32_t>(length);
+    std::memcpy(string_of(item)->data, &bytes, 8);
 }
 
 void extrl1() {
@@ -254,39 +280,64 @@ void extrchar() {
 
 // --- building and substituting ------------------------------------------------------------
 
+// The list is a string of the stack's own. It ends at a zero byte.
 void append_item(QOR_OBJECT *list, std::string_view item) {
     normalize_string(list);
-    string_of(list)->length = static_cast<uint32_t>(c_text(text_of(list)).size());
-    strng_append(string_of(list), ",");
-    strng_append(string_of(list), item);
+    STRNG *s = string_of(list);
+    s->length = static_cast<uint32_t>(c_text(view(*s)).size());
+    strng_append(s, ",");
+    strng_append(s, item);
+}
+
+// The usual case: two texts of the stack's own, of which the first has room for
+// the second. That stays in its slot for reuse.
+bool join_own_texts() {
+    if (qorcpu_stack_top < 2) return false;
+    QOR_OBJECT *left = *stack_slot(1);
+    QOR_OBJECT *right = *stack_slot(0);
+    if (!is_own_text(left) || !is_own_text(right)) return false;
+    STRNG *s = string_of(left);
+    const std::string_view item = text_of(right);
+    if (s->capacity - s->length <= item.size() || string_of(right)->capacity > KEPT_TEXT) return false;
+    if (holds_zero(view(*s)) || holds_zero(item)) return false;
+    s->data[s->length] = ',';
+    copy_text(s->data + s->length + 1, item.data(), item.size());
+    s->length += static_cast<uint32_t>(item.size()) + 1;
+    qorcpu_drop();
+    return true;
 }
 
 // Two objects of any type, rendered, with a comma between. A list that grows
 // on the stack is appended to in place.
-void comma() {
+[[gnu::noinline]] void comma_other() {
     if (!objects_on_top(2)) return;
     QOR_OBJECT *left = *stack_slot(1);
     QOR_OBJECT *right = *stack_slot(0);
-    if (is_reusable_string(left) && is_defined(left) && has_value(right, TYPE_STRING)) [[likely]] {
-        append_item(left, c_text(text_of(right)));
+    Int_digits digits;
+    std::string_view item = usual_text(right, digits);
+    if (item.data() && has_value(left, TYPE_INT)) {
+        Int_digits first;
+        fresh_string(stack_slot(1), int_text(left->int_value, first));
+        append_item(*stack_slot(1), item);
         return discard_top();
     }
-    Work_text work;
-    const std::string_view item = rendered(*stack_slot(0), *work);
-    if (has_value(left, TYPE_STRING) && is_unshared(left)) {
-        append_item(left, item);
+    if (item.data() && has_value(left, TYPE_STRING)) [[likely]] {
+        // A list that others share becomes a copy; the item stays where it is.
+        append_item(unshare(stack_slot(1)), item);
         return discard_top();
     }
-    Work_text list;
-    if (has_value(left, TYPE_STRING))
-        list->assign(c_text(text_of(left)));
-    else
-        OBJ_to_string(left, &*list);
+    Work_text work, list;
+    item = rendered(right, *work);
+    list->assign(rendered(left, *list));
     list->append(',');
     list->append(item);
     discard_top();
     qorcpu_drop();
     qorcpu_push_text(list->text());
+}
+
+void comma() {
+    if (!join_own_texts()) comma_other();
 }
 
 // The text on top, taken over into a buffer of the caller's, since resolving

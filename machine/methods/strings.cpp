@@ -18,9 +18,10 @@ void app() {
         QORCPU_POP();
         return OBJ_assert_type(left, TYPE_STRING);
     }
-    if (has_value(right, TYPE_STRING) && right != left) [[likely]] {
+    Int_digits digits;
+    if (const std::string_view text = usual_text(right, digits); text.data() && right != left) [[likely]] {
         normalize_string(left);
-        strng_append(string_of(left), c_text(text_of(right)));
+        strng_append(string_of(left), text);
         return discard_top();
     }
     Work_text work;

@@ -45,7 +45,8 @@ inline bool objects_on_top(int32_t n) {
 // Takes the top off: a scalar or a string of the stack's own stays in the slot
 // for the next content, a reference is given back.
 inline void discard_top() {
-    if (is_reusable_scalar(*stack_slot(0))) {
+    QOR_OBJECT *o = *stack_slot(0);
+    if (is_reusable_scalar(o) || may_wait_in_slot(o)) [[likely]] {
         qorcpu_drop();
     } else {
         qorcpu_release_top();
@@ -78,6 +79,20 @@ inline std::string_view rendered(QOR_OBJECT *o, Strng &work) {
     if (has_value(o, TYPE_STRING)) return c_text(text_of(o));
     OBJ_to_string(o, &work);
     return work.text();
+}
+
+// The digits of an int, in a buffer of the caller's.
+using Int_digits = char[16];
+std::string_view int_text(int32_t value, Int_digits &digits);
+
+// The text of a string up to a zero byte or of an int, the usual operands, as
+// rendered gives it. Null data for any other object.
+inline std::string_view usual_text(QOR_OBJECT *o, Int_digits &digits) {
+    if (has_value(o, TYPE_STRING)) [[likely]] {
+        const std::string_view text = c_text(text_of(o));
+        return text.data() ? text : std::string_view("", 0);
+    }
+    return has_value(o, TYPE_INT) ? int_text(o->int_value, digits) : std::string_view();
 }
 
 // An empty string whose buffer outlives the call. Methods nest through script

@@ -104,13 +104,17 @@ TEST(Calls, StartsAgain) {
     EXPECT_EQ(run("CLASS MESSAGE\n"
                   "  METHOD DISPLAY\n    POP\n  END_METHOD\n"
                   "END_CLASS\n"
+                  "CLASS OWN\n  METHOD FAIL\n    5 VAR.UNKNOWN\n  END_METHOD\nEND_CLASS\n"
                   "PROCEDURE OLD_INITIALIZE\n  1 => VAR.OLD\nEND_PROCEDURE\n"
-                  "VAR.UNKNOWN\n"),
+                  "OWN.FAIL\n"),
               3);
     EXPECT_EQ(QORPROC_RUN(), 3) << "a broken-off run is not taken up again";
     QORPROC_TERMINATE();
     QORPROC_INIT();
-    EXPECT_EQ(run("0 => VAR.OLD\nDISPLAY VAR.OLD\n"), 0);
+    EXPECT_EQ(run("OWN.FAIL\n"), 2) << "its class is gone";
+    QORPROC_TERMINATE();
+    QORPROC_INIT();
+    EXPECT_EQ(run("QORCPU.GET_STACK_SIZE => VAR.OLD\n1 => LOCAL.A\nDISPLAY LOCAL.A\n"), 0);
     QOR_MAP *var = nullptr;
     int32_t status = 0;
     MAP_GET_MAP_BY_NAME_C(&var, "VAR", &status);
