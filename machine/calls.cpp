@@ -95,10 +95,13 @@ void QORCPU_PUSH_OBJ(QOR_OBJECT *object) {
     QOR_OBJECT **slot = qorcpu_push_slot();
     // A method starts with the raised top: one slot too many lies under its
     // results. Scripts see that, so it stays.
-    if (type_of(object) == TYPE_METHOD)
+    if (type_of(object) == TYPE_METHOD) {
+        // A text that waits there for reuse would show.
+        if (is_reusable_string(*slot)) OBJ_remove_object(slot);
         QORCPU_DO_METHOD(method_of(object));
-    else
+    } else {
         copy_into(object, slot);
+    }
     qorcpu_check_top();
 }
 

@@ -172,7 +172,7 @@ using namespace qor;
 
 void QORCPU_PUSHS_C(const char *text) { qorcpu_push_text(text); }
 void QORCPU_PUSHS(STRNG text) { qorcpu_push_text(view(text)); }
-void QORCPU_PUSHB(int32_t value) { qorcpu_push_boolean(value != 0); }
+void QORCPU_PUSHB(int32_t value) { qorcpu_push_scalar(TYPE_BOOLEAN)->word = static_cast<uint32_t>(value); }
 void QORCPU_PUSHI(int32_t value) { qorcpu_push_int(value); }
 void QORCPU_PUSHR(double value) { qorcpu_push_real(value); }
 
@@ -198,7 +198,7 @@ void QORCPU_PUSHM(QOR_MAP *map) {
 
 void QORCPU_PUSH_OBJ_REF(QOR_OBJECT *object) {
     QOR_OBJECT **slot = qorcpu_push_slot();
-    if (*slot == object) {
+    if (object && *slot == object) {
         // The slot still holds a reference to this very object: it serves.
         return;
     }

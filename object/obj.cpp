@@ -378,11 +378,11 @@ void OBJ_remove_object_keep_value(QOR_OBJECT **variable) {
 
 void OBJ_move_object_ref(QOR_OBJECT **source, QOR_OBJECT **target) {
     QOR_OBJECT *o = *source;
-    if (!o) {
+    if (!o && *target) {
         OBJ_remove_object(target);
         return;
     }
-    if (!*target && !o->aps) {
+    if (o && !*target && !o->aps) {
         *target = std::exchange(*source, nullptr);
         return;
     }

@@ -87,8 +87,9 @@ bool CREATE_RULE(STRNG name, STRNG text) {
 // The value of a field, or the field itself.
 void append_expanded(QOR_MAP *macros, std::string_view field, Strng &result) {
     if (QOR_OBJECT *value = map_find(macros, borrow(field))) {
-        OBJ_assert_type(value, TYPE_STRING);
-        result.append(text_of(value));
+        STRNG text{0, 0, nullptr};
+        BTYP_read_string_ref(value, &text);
+        result.append(view(text));
     } else {
         result.append(field);
     }
@@ -214,20 +215,23 @@ bool LOAD_SOURCE() {
     rule_table = std::make_shared<Rule_table>();
     if (!inout) return complete;
     MAP_RESET_READ(&inout);
+    Strng name;
     Strng value;
     Strng source;
     for (;;) {
         // A message may have run script code in between.
         if (!(inout = map_in(inout_map))) return complete;
         int32_t found;
-        MAP_READ_VALUE(&inout, &current_rule, &value, &found);
+        MAP_READ_VALUE(&inout, &name, &value, &found);
         if (!found) return complete;
+        current_rule.assign(name.text());
         STRNG_CURSOR key;
-        STRNG2_PREPX(current_rule, &key);
+        STRNG2_PREPX(name, &key);
         STRNG2_EXTRTOKEN_C(&key, &source, ",");
         if (source.text() != current_source.text()) continue;
         value.append(',');
-        if (!CREATE_RULE(current_rule, value)) complete = false;
+        // By its own name: script code in a message may set another rule.
+        if (!CREATE_RULE(name, value)) complete = false;
     }
 }
 

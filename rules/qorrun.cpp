@@ -36,19 +36,25 @@ int32_t run_depth;
 // A nested run must not throw through the frames of the outer one.
 class Run_scope {
   public:
-    Run_scope() : outer_guards_(rule_guards) {
+    Run_scope()
+        : outer_guards_(rule_guards), outer_frame_level_(saved_frame_level), outer_stack_level_(saved_stack_level) {
         ++run_depth;
         rule_guards = 0;
     }
     ~Run_scope() {
         --run_depth;
         rule_guards = outer_guards_;
+        // A rule of the outer run that aborts cuts back to its own levels.
+        saved_frame_level = outer_frame_level_;
+        saved_stack_level = outer_stack_level_;
     }
     Run_scope(const Run_scope &) = delete;
     Run_scope &operator=(const Run_scope &) = delete;
 
   private:
     int32_t outer_guards_;
+    decltype(saved_frame_level) outer_frame_level_;
+    decltype(saved_stack_level) outer_stack_level_;
 };
 
 // The runner is not re-entrant: a run from within a rule takes over the state

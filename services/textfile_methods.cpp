@@ -145,11 +145,9 @@ void method_writeln() {
 
 void method_set_pos() {
     Object_var object;
-    QORCPU_TOP_OBJ_REF(&object);
+    QORCPU_POP_OBJ(&object);
     int64_t position;
     BTYP_read_long(object, &position);
-    object.reset();
-    QORCPU_POP();
     const Text_file *file = textfile_row(pop_int(), "SET_POS");
     if (file) QORCPU_PUSHB(qorio_set_position(file->io_id, static_cast<uint64_t>(position)));
 }

@@ -49,6 +49,14 @@ void is_not_null() {
     qorcpu_push_boolean(defined);
 }
 
+// What is left of a store for single values: nothing is ever filed there.
+void release_argument() { QORCPU_POP(); }
+
+void is_filed() {
+    QORCPU_POP();
+    qorcpu_push_boolean(false);
+}
+
 void nvl() {
     if (!objects_on_top(2)) return;
     QOR_OBJECT *value = *stack_slot(1);
@@ -235,6 +243,9 @@ constexpr Native_method TABLE[] = {
     {"INVOKE", invoke, 2, 0, 'P', ""},
     {"CALL", call, 1, 0, 'P', ""},
     {"CALLED_BY", called_by, 1, 1, 'P', ""},
+    {"FILE_VALUE", release_argument, 1, 0, 'P', ""},
+    {"UNFILE_VALUE", release_argument, 1, 0, 'P', ""},
+    {"IS_FILED", is_filed, 1, 1, 'P', "[o obj][b status]"},
     {"CHECK", check, 1, 0, 'P', ""},
     {"DISPLAY_AP", display_ap, 1, 0, 'P', ""},
 };

@@ -361,7 +361,7 @@ void abs() {
     if (QORCPU_TOP_IS_REAL()) {
         qorcpu_push_real(std::fabs(qorcpu_pop_real()));
     } else if (QORCPU_TOP_IS_INT()) {
-        const int32_t value = pop_int();
+        const int32_t value = qorcpu_pop_int();
         qorcpu_push_int(value < 0 ? Subtract::of(0, value) : value);
     } else if (QORCPU_TOP_IS_LONG()) {
         const int64_t value = qorcpu_pop_long();
