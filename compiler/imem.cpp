@@ -6,8 +6,8 @@
 #include <string>
 
 #include "kernel/lifecycle.hpp"
-#include "object/class.hpp"
 #include "kernel/upcalls.hpp"
+#include "object/class.hpp"
 #include "qor/msg.h"
 
 namespace qor {

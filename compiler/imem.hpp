@@ -26,12 +26,12 @@ enum Instruction_kind : uint8_t {
 // short way wherever a case is not the common one, and goes by the kind.
 enum Short_way : uint8_t {
     WAY_NONE = 0,
-    WAY_PUSH_SCALAR,  // PUSH of an int, real, boolean or long
-    WAY_PUSH_INT,     // PUSH of an int right before a PUSHAP, perhaps an operator
-    WAY_PUSH_TEXT,    // the same with a text
+    WAY_PUSH_SCALAR, // PUSH of an int, real, boolean or long
+    WAY_PUSH_INT,    // PUSH of an int right before a PUSHAP, perhaps an operator
+    WAY_PUSH_TEXT,   // the same with a text
     WAY_PUSHAP,
-    WAY_PUSHAP_INT,   // PUSHAP right before such a PUSH of an int: perhaps the left operand
-    WAY_POPAP,        // with the node of the whole name
+    WAY_PUSHAP_INT, // PUSHAP right before such a PUSH of an int: perhaps the left operand
+    WAY_POPAP,      // with the node of the whole name
     WAY_GOTO,
     WAY_IGOTO,
 };

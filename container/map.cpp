@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/storage.hpp"
+#include "object/map_access.hpp"
 #include "qor/msg.h"
 
 namespace qor {

@@ -12,7 +12,7 @@
 // The order chain runs through the nodes that hold an object, and through no
 // others. A removed key keeps its node without an object.
 struct QOR_MAP {
-    qor::Trie trie; // begins with the generation, see Map_head
+    qor::Trie trie;                       // begins with the generation, see Map_head
     QOR_OBJECT *default_object = nullptr; // owns one reference
     qor::Strng label;
     qor::Map_node *first = nullptr;
@@ -70,7 +70,8 @@ void map_clear_entries(QOR_MAP *map);
         node = next;
     }
     map->first = node;
-    if (node || map->default_object || map->trie.has_many_nodes()) [[unlikely]] return map_clear_entries(map);
+    if (node || map->default_object || map->trie.has_many_nodes()) [[unlikely]]
+        return map_clear_entries(map);
     map->read = map->last = nullptr;
 }
 

@@ -31,9 +31,9 @@ struct Map_node {
     };
     Map_node *previous;
     Child_table *children;
-    uint16_t length;   // of bytes
-    uint16_t room;     // bytes that the block has behind the record
-    uint8_t bytes[1];   // as many as room
+    uint16_t length;  // of bytes
+    uint16_t room;    // bytes that the block has behind the record
+    uint8_t bytes[1]; // as many as room
 };
 
 class Trie : Map_head {

@@ -80,7 +80,6 @@ struct Formatted {
 
 } // namespace
 
-
 } // namespace qor
 
 using namespace qor;

@@ -34,7 +34,8 @@ template <size_t SIZE> class Record_pool {
     void *take() {
         if constexpr (!POOLED_RECORDS) return storage_allocate(SIZE);
         storage_size += SIZE;
-        if (!free_) [[unlikely]] refill();
+        if (!free_) [[unlikely]]
+            refill();
         Link *record = free_;
         free_ = record->next;
         return record;

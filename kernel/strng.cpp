@@ -81,7 +81,8 @@ void strng_append_right(STRNG *s, std::string_view text, uint64_t width) {
 }
 
 void strng_assign(STRNG *s, std::string_view text) {
-    if (text.size() > s->capacity) [[unlikely]] return replace(s, text, text.size());
+    if (text.size() > s->capacity) [[unlikely]]
+        return replace(s, text, text.size());
     copy_text(s->data, text.data(), text.size());
     s->length = static_cast<uint32_t>(text.size());
 }
@@ -184,7 +185,8 @@ void STRNG_APPARR(uint32_t high, const char *array, STRNG *destination, uint32_t
     if (!strng_begin(destination)) return;
     const uint64_t size = static_cast<uint64_t>(high) + 1;
     if (count > size) strng_status = STRNG_CUT;
-    strng_append(destination, count ? std::string_view(array, std::min<uint64_t>(count, size)) : array_text(high, array));
+    strng_append(destination,
+                 count ? std::string_view(array, std::min<uint64_t>(count, size)) : array_text(high, array));
 }
 
 void STRNG_APPARR_C(const char *text, STRNG *destination, uint32_t count) {

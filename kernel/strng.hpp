@@ -8,9 +8,7 @@
 
 namespace qor {
 
-inline std::string_view view(STRNG s) {
-    return {reinterpret_cast<const char *>(s.data), s.length};
-}
+inline std::string_view view(STRNG s) { return {reinterpret_cast<const char *>(s.data), s.length}; }
 
 inline std::string_view view(STRNG_CURSOR c) {
     return {reinterpret_cast<const char *>(c.next), static_cast<size_t>(c.end - c.next)};
@@ -68,8 +66,8 @@ inline bool is_same_text(std::string_view a, std::string_view b) {
     const size_t n = a.size();
     if (n != b.size()) return false;
     if (n - 8 > 8) return n == 0 || std::memcmp(a.data(), b.data(), n) == 0;
-    const uint64_t differences = (word_at(a.data()) ^ word_at(b.data())) |
-                                 (word_at(a.data() + n - 8) ^ word_at(b.data() + n - 8));
+    const uint64_t differences =
+        (word_at(a.data()) ^ word_at(b.data())) | (word_at(a.data() + n - 8) ^ word_at(b.data() + n - 8));
     return differences == 0;
 }
 

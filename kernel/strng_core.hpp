@@ -34,13 +34,15 @@ class Strng_extension {
   public:
     Strng_extension(STRNG *s, uint64_t added, Growth growth) {
         uint64_t length = s->length + added;
-        if (length > s->capacity) [[unlikely]] length = grow(s, length, growth);
+        if (length > s->capacity) [[unlikely]]
+            length = grow(s, length, growth);
         bytes = s->data + s->length;
         count = static_cast<uint32_t>(length - s->length);
         s->length = static_cast<uint32_t>(length);
     }
     ~Strng_extension() {
-        if (old_) [[unlikely]] free_old();
+        if (old_) [[unlikely]]
+            free_old();
     }
     Strng_extension(const Strng_extension &) = delete;
     Strng_extension &operator=(const Strng_extension &) = delete;

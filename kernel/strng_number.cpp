@@ -19,7 +19,7 @@ constexpr int DEFAULT_DECIMALS = 6;
 // The greatest real that may take another digit.
 constexpr double REAL_BOUND = 1.7e37;
 
-constexpr uint32_t HEX_FILLED = 4;     // digits that a hexadecimal field is filled up to
+constexpr uint32_t HEX_FILLED = 4;       // digits that a hexadecimal field is filled up to
 constexpr uint32_t HEX_GREATEST = 65535; // what reading stays at
 
 template <class Number> void append_decimal(Number number, STRNG *destination, uint32_t width) {

@@ -1,9 +1,9 @@
 // Calls of methods and procedures by record and by name, and the application
 // of maps.
-#include "object/map_access.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/methods/methods.hpp"
 #include "machine/qorcpu.hpp"
+#include "object/map_access.hpp"
 #include "qor/map.h"
 
 namespace qor {

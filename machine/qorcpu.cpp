@@ -4,11 +4,11 @@
 #include <iterator>
 
 #include "container/map.hpp"
-#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/methods/methods.hpp"
 #include "machine/trace.hpp"
+#include "object/map_access.hpp"
 #include "qor/map.h"
 
 namespace qor {
@@ -207,7 +207,8 @@ void pushap(Ap *path) {
         if (object) return push_copy(object);
         object = ap_resolve_unbound(path);
     }
-    if (!object) [[unlikely]] return unknown_attribute(path);
+    if (!object) [[unlikely]]
+        return unknown_attribute(path);
     switch (type_of(object)) {
     case TYPE_METHOD: {
         const QOR_METHOD *method = method_of(object);
@@ -237,7 +238,8 @@ void popap(const Instruction *instruction) {
     qorcpu_check_top();
     Ap *path = instruction->path;
     QOR_OBJECT *container = path ? AP_resolve(path) : nullptr;
-    if (!container) [[unlikely]] return unknown_container(path);
+    if (!container) [[unlikely]]
+        return unknown_container(path);
     QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
     const STRNG name = *string_of(instruction->object);
     if (type_of(container) == TYPE_MAP && map_of(container)) [[likely]] {
@@ -407,8 +409,10 @@ Instruction *compare_with_text(Instruction *push) {
 [[gnu::always_inline]] inline Instruction *call_in_loop(const QOR_METHOD *method, Instruction *pushap) {
     const uint32_t address = method->address; // the record may go
     tell_position(pushap);
-    if (!change_receiver(pushap->path)) [[unlikely]] return pushap + 1;
-    if (enter_frame(address, pushap + 1)) [[likely]] return imem_program + address;
+    if (!change_receiver(pushap->path)) [[unlikely]]
+        return pushap + 1;
+    if (enter_frame(address, pushap + 1)) [[likely]]
+        return imem_program + address;
     return_receiver();
     return pushap + 1;
 }
@@ -430,7 +434,8 @@ Instruction *compare_with_text(Instruction *push) {
     }
     if (!object) object = ap_peek_value(pushap->path);
     if (!object || type_of(object) == TYPE_MAP || type_of(object) == TYPE_METHOD) return nullptr;
-    if (is_scalar_type(type_of(object)) && push_scalar(object)) [[likely]] return pushap + 1;
+    if (is_scalar_type(type_of(object)) && push_scalar(object)) [[likely]]
+        return pushap + 1;
     tell_position(pushap);
     push_copy(object);
     return pushap + 1;

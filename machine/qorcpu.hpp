@@ -42,13 +42,15 @@ void qorcpu_apply_map(QOR_MAP *map);
 // The slot of a new top. A scalar pop leaves its object in the slot: it is no
 // longer counted by the stack, and the next content may take over its record.
 [[gnu::always_inline]] inline QOR_OBJECT **qorcpu_push_slot() {
-    if (qorcpu_stack_top >= STACK_SIZE) [[unlikely]] qorcpu_stack_overflow();
+    if (qorcpu_stack_top >= STACK_SIZE) [[unlikely]]
+        qorcpu_stack_overflow();
     return &qorcpu_stack[static_cast<uint16_t>(qorcpu_stack_top++)];
 }
 
 // Aborts with "Stack Underflow" or "object on top of stack is QOR_NIL\n".
 [[gnu::always_inline]] inline void qorcpu_check_top() {
-    if (qorcpu_stack_top < 1 || !qorcpu_stack[qorcpu_stack_top - 1]) [[unlikely]] qorcpu_bad_top();
+    if (qorcpu_stack_top < 1 || !qorcpu_stack[qorcpu_stack_top - 1]) [[unlikely]]
+        qorcpu_bad_top();
 }
 
 // The top object, borrowed, after the top check.
@@ -71,7 +73,9 @@ inline void qorcpu_drop() { --qorcpu_stack_top; }
 [[gnu::always_inline]] inline void qorcpu_push_boolean(bool value) {
     qorcpu_push_scalar(TYPE_BOOLEAN)->word = value ? 1 : 0;
 }
-[[gnu::always_inline]] inline void qorcpu_push_long(int64_t value) { qorcpu_push_scalar(TYPE_LONG)->long_value = value; }
+[[gnu::always_inline]] inline void qorcpu_push_long(int64_t value) {
+    qorcpu_push_scalar(TYPE_LONG)->long_value = value;
+}
 
 // A new string; an unshared string that a pop left in the slot is refilled.
 void qorcpu_push_text(std::string_view text);

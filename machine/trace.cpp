@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "object/map_access.hpp"
 #include "kernel/upcalls.hpp"
 #include "machine/qorcpu.hpp"
+#include "object/map_access.hpp"
 #include "qor/map.h"
 
 namespace qor {
@@ -79,8 +79,7 @@ void display_stack() {
 
 void display_pstack() {
     std::vector<Strng> lines;
-    for (uint32_t i = 0; i + 1 < qorcpu_pstack_top; ++i)
-        lines.push_back(call_line("   ", i, qorcpu_return[i + 1] - 1));
+    for (uint32_t i = 0; i + 1 < qorcpu_pstack_top; ++i) lines.push_back(call_line("   ", i, qorcpu_return[i + 1] - 1));
     if (qorcpu_pstack_top == 0)
         lines.emplace_back("   EMPTY");
     else

@@ -4,8 +4,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "object/map_access.hpp"
 #include "kernel/lifecycle.hpp"
+#include "object/map_access.hpp"
 #include "object/types.hpp"
 #include "qor/map.h"
 #include "qor/msg.h"

@@ -43,9 +43,7 @@ void AP_get_name(const Ap *ap, STRNG *name);
 
 // Binds the node and returns the object, borrowed; null when nothing is there.
 QOR_OBJECT *ap_resolve_unbound(Ap *ap);
-inline QOR_OBJECT *AP_resolve(Ap *ap) {
-    return ap->obj ? ap->obj : ap_resolve_unbound(ap);
-}
+inline QOR_OBJECT *AP_resolve(Ap *ap) { return ap->obj ? ap->obj : ap_resolve_unbound(ap); }
 
 // A defined object of the type: one comparison of a byte.
 [[gnu::always_inline]] inline bool is_defined_as(const QOR_OBJECT *o, int32_t type) {
@@ -74,7 +72,8 @@ void reset_ap(Ap *ap);
 void ap_reset_bound_children(Ap *ap);
 // Rarely has anything to do, since plain values are read without binding them.
 inline void AP_reset_children(Ap *ap) {
-    if (ap->bound_child) [[unlikely]] ap_reset_bound_children(ap);
+    if (ap->bound_child) [[unlikely]]
+        ap_reset_bound_children(ap);
 }
 
 } // namespace qor

@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "object/list_type.hpp"
 #include "kernel/lifecycle.hpp"
+#include "object/list_type.hpp"
 #include "object/types.hpp"
 #include "qor/geom.h"
 #include "qor/map.h"
@@ -106,9 +106,7 @@ void list_removevalue(void *value) {
     list_remove(at<QOR_LIST *>(value));
     at<QOR_LIST *>(value) = nullptr;
 }
-void list_copyvalue(const void *source, void *target) {
-    at<QOR_LIST *>(target) = list_copy(at<QOR_LIST *>(source));
-}
+void list_copyvalue(const void *source, void *target) { at<QOR_LIST *>(target) = list_copy(at<QOR_LIST *>(source)); }
 void list_tochar(const void *, int16_t *length, char *buffer) { put_text("LIST", length, buffer); }
 void list_displayvalue(const void *value) { list_display(at<QOR_LIST *>(value)); }
 void list_indexvalue(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) {
@@ -290,9 +288,7 @@ void BTYP_write_boolean(QOR_OBJECT *object, uint32_t value) {
 void BTYP_create_string(QOR_OBJECT **variable, STRNG value) { fresh_string(variable, view(value)); }
 void BTYP_create_undef_string(QOR_OBJECT **variable) { OBJ_create_object(variable, TYPE_STRING); }
 void BTYP_create_string_ref(QOR_OBJECT **variable, STRNG value) { create_adopting(variable, TYPE_STRING, value); }
-void BTYP_create_string_c(QOR_OBJECT **variable, const char *value) {
-    BTYP_create_string(variable, borrow(value));
-}
+void BTYP_create_string_c(QOR_OBJECT **variable, const char *value) { BTYP_create_string(variable, borrow(value)); }
 void BTYP_create_string_from_const(QOR_OBJECT **variable, uint32_t length, const char *characters) {
     BTYP_create_string(variable, borrow({characters, length}));
 }

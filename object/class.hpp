@@ -1,8 +1,8 @@
 // Method records, and what the compiler and the machine need of classes.
 #pragma once
 
-#include "object/entry_cache.hpp"
 #include "kernel/strng.hpp"
+#include "object/entry_cache.hpp"
 #include "object/object.hpp"
 #include "qor/class.h"
 
@@ -17,7 +17,7 @@ struct QOR_METHOD {
     int16_t in_count;
     int16_t out_count;
     char scope;
-    QOR_PROC native; // kind native
+    QOR_PROC native;  // kind native
     uint32_t address; // kind script: the index of the first instruction
     STRNG signature;
     // Which operator the native procedure is, for the machine, which computes

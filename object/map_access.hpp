@@ -3,8 +3,8 @@
 // it stands on the floor of those that need it first.
 #pragma once
 
-#include "object/entry_cache.hpp"
 #include "kernel/strng.hpp"
+#include "object/entry_cache.hpp"
 #include "qor/map.h"
 
 namespace qor {

@@ -237,7 +237,8 @@ void cut_left(QOR_OBJECT *o, uint32_t n) {
 void copy_into(QOR_OBJECT *object, QOR_OBJECT **variable) {
     const int32_t type = type_of(object);
     if (type == TYPE_STRING && is_defined(object)) [[likely]] {
-        if (is_reusable_string(*variable)) [[likely]] return refill_string(*variable, text_of(object));
+        if (is_reusable_string(*variable)) [[likely]]
+            return refill_string(*variable, text_of(object));
         return fresh_string(variable, text_of(object));
     }
     if (is_scalar_type(type)) {
@@ -521,13 +522,13 @@ void OBJ_insert_object_ref(QOR_OBJECT *object, STRNG key, QOR_OBJECT *inserted, 
     type_table[type_of(object)].insert(value_of(object), key, inserted, status);
 }
 
-void OBJ_domethod(QOR_OBJECT *object, const char *name) { type_table[type_of(object)].domethod(value_of(object), name); }
+void OBJ_domethod(QOR_OBJECT *object, const char *name) {
+    type_table[type_of(object)].domethod(value_of(object), name);
+}
 
 int32_t OBJ_get_type(const QOR_OBJECT *object) { return type_of(object); }
 
-void OBJ_get_type_name(const QOR_OBJECT *object, STRNG *name) {
-    strng_assign(name, OBJ_get_type_name_C(object));
-}
+void OBJ_get_type_name(const QOR_OBJECT *object, STRNG *name) { strng_assign(name, OBJ_get_type_name_C(object)); }
 
 const char *OBJ_get_type_name_C(const QOR_OBJECT *object) { return type_table[type_of(object)].name.c_str(); }
 

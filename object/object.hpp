@@ -149,7 +149,8 @@ inline void normalize_string(QOR_OBJECT *o) {
         o->head = 0;
     }
     o->flags = OBJ_ONE | OBJ_DEFINED | TYPE_STRING;
-    if (text.size() > s->capacity) [[unlikely]] return strng_assign(s, text);
+    if (text.size() > s->capacity) [[unlikely]]
+        return strng_assign(s, text);
     copy_text(s->data, text.data(), text.size());
     s->length = static_cast<uint32_t>(text.size());
 }

@@ -32,8 +32,8 @@ QOR_API void GEOM_RESET_READ(QOR_GEOMETRY *word);
 QOR_API void GEOM_READ_AREA_RAND(QOR_GEOMETRY *word, QOR_GEOMETRY *rand, int32_t *found);
 QOR_API void GEOM_READ_RAND_LINE(QOR_GEOMETRY *word, QOR_GEOMETRY *line, int32_t *found);
 /* arc is non-zero when x, y, z hold an arc point lying before the point. */
-QOR_API void GEOM_READ_LINE_POINT(QOR_GEOMETRY *word, double *arc, double *x, double *y, double *z,
-                                  QOR_GEOMETRY *point, int32_t *found);
+QOR_API void GEOM_READ_LINE_POINT(QOR_GEOMETRY *word, double *arc, double *x, double *y, double *z, QOR_GEOMETRY *point,
+                                  int32_t *found);
 QOR_API void GEOM_FIRST_LAST_POINT(QOR_GEOMETRY line, double *x1, double *y1, double *z1, double *x2, double *y2,
                                    double *z2, int32_t *found);
 

@@ -56,8 +56,8 @@ QOR_API void MSG_DISPLAY_ERROR(MSG channel, uint32_t high, const char *text);
 QOR_API void MSG_DISPLAY_ERROR2_C(MSG channel, const char *text);
 QOR_API void MSG_DISPLAY_ERROR_S(MSG channel, STRNG text); /* text cut to 511 bytes */
 QOR_API void MSG_DISPLAY_ERROR_F(MSG channel, const char *format, ...) QOR_FORMAT(2, 3);
-QOR_API void MSG_DISPLAY_PERROR(MSG channel, uint32_t prefix_high, const char *prefix, STRNG text,
-                                uint32_t suffix_high, const char *suffix);
+QOR_API void MSG_DISPLAY_PERROR(MSG channel, uint32_t prefix_high, const char *prefix, STRNG text, uint32_t suffix_high,
+                                const char *suffix);
 QOR_API void MSG_DISPLAY_PERROR_C(MSG channel, const char *prefix, STRNG text, const char *suffix);
 /* "module(procedure): text". */
 QOR_API void MSG_DISPLAY(MSG channel, uint32_t high, const char *text);

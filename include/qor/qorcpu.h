@@ -19,7 +19,7 @@ QOR_API void QORCPU_PUSHI(int32_t value);
 QOR_API void QORCPU_PUSHR(double value);
 QOR_API void QORCPU_PUSHG(QOR_GEOMETRY value); /* copies */
 QOR_API void QORCPU_PUSHP(double x, double y, double z);
-QOR_API void QORCPU_PUSHM(QOR_MAP *map);            /* deep copy */
+QOR_API void QORCPU_PUSHM(QOR_MAP *map);              /* deep copy */
 QOR_API void QORCPU_PUSH_OBJ_REF(QOR_OBJECT *object); /* a counted reference */
 /* A copy of the object; a method is run instead, with one slot too many under
  * its results (a property that scripts rely on). */

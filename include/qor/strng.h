@@ -101,8 +101,8 @@ QOR_API void STRNG2_EXTRTOKEN_C(STRNG_CURSOR *cursor, STRNG *destination, const 
  * Without skipping, the first byte is taken whatever it is. */
 QOR_API void STRNG2_EXTRTOK(STRNG_CURSOR *cursor, STRNG *destination, uint32_t count, const char *delimiters,
                             int32_t stop_at_blank, int32_t skip_blanks);
-QOR_API void STRNG2_EXTRTOK_C(STRNG_CURSOR *cursor, STRNG *destination, const char *delimiters,
-                              int32_t stop_at_blank, int32_t skip_blanks);
+QOR_API void STRNG2_EXTRTOK_C(STRNG_CURSOR *cursor, STRNG *destination, const char *delimiters, int32_t stop_at_blank,
+                              int32_t skip_blanks);
 /* The mirror image: from the end backward; the cursor's end moves. */
 QOR_API void STRNG2_EXTRTOKEN_LAST(STRNG_CURSOR *cursor, STRNG *destination, uint32_t count, const char *delimiters);
 

@@ -18,7 +18,8 @@ enum class Target { STRING, INT, REAL };
 // The frame of the conversions: NULL passes through. False when the top was
 // NULL; the NULL of the target type stands in its place then.
 bool top_has_value(Target target) {
-    if (QORCPU_TOP_IS_DEFINED()) [[likely]] return true;
+    if (QORCPU_TOP_IS_DEFINED()) [[likely]]
+        return true;
     QORCPU_POP();
     switch (target) {
     case Target::STRING: QORCPU_PUSH_UNDEF_STRING(); break;
@@ -36,7 +37,8 @@ bool top_has_value(Target target) {
 // The frame of a conversion that takes one type only.
 bool top_converts(Type type, Target target, const char *method) {
     if (!top_has_value(target)) return false;
-    if (type_of(qorcpu_top()) == type) [[likely]] return true;
+    if (type_of(qorcpu_top()) == type) [[likely]]
+        return true;
     wrong_type(method);
     return false;
 }

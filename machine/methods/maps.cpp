@@ -1,6 +1,6 @@
 // Maps.
-#include "object/map_access.hpp"
 #include "machine/methods/texts.hpp"
+#include "object/map_access.hpp"
 
 namespace qor {
 

@@ -23,7 +23,8 @@ struct Operands {
 
 // The two topmost objects, borrowed. Nothing when the stack is too short.
 inline Operands operands() {
-    if (qorcpu_stack_top < 2) [[unlikely]] return {};
+    if (qorcpu_stack_top < 2) [[unlikely]]
+        return {};
     return {qorcpu_stack[qorcpu_stack_top - 2], qorcpu_stack[qorcpu_stack_top - 1]};
 }
 
@@ -389,7 +390,8 @@ template <class Operation> void step() {
 // whether or not it is defined. Null when the abort of a wrong type returned.
 inline QOR_OBJECT *top_in_place(Type type) {
     QOR_OBJECT *o = qorcpu_top();
-    if (type_of(o) == type) [[likely]] return o;
+    if (type_of(o) == type) [[likely]]
+        return o;
     OBJ_assert_type(o, type);
     return nullptr;
 }
@@ -460,8 +462,15 @@ void register_operators() {
         const char *name;
         Int_operator code;
     } INT_OPERATORS[] = {
-        {"+", INT_ADD},   {"-", INT_SUBTRACT},       {"=", INT_EQUAL},   {"==", INT_EQUAL},           {"<>", INT_UNEQUAL},
-        {"<", INT_LESS},  {"<=", INT_LESS_OR_EQUAL}, {">", INT_GREATER}, {">=", INT_GREATER_OR_EQUAL},
+        {"+", INT_ADD},
+        {"-", INT_SUBTRACT},
+        {"=", INT_EQUAL},
+        {"==", INT_EQUAL},
+        {"<>", INT_UNEQUAL},
+        {"<", INT_LESS},
+        {"<=", INT_LESS_OR_EQUAL},
+        {">", INT_GREATER},
+        {">=", INT_GREATER_OR_EQUAL},
     };
     for (const auto &o : INT_OPERATORS) {
         QOR_METHOD *method = nullptr;

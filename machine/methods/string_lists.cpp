@@ -142,7 +142,8 @@ void push_first_of_list(QOR_OBJECT *list) {
 // The usual case is a short field of a longer record of the stack's own: it is
 // found and copied as one machine word.
 void extrl() {
-    if (qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) [[unlikely]] return extrl_other();
+    if (qorcpu_stack_top < 1 || qorcpu_stack_top >= STACK_SIZE) [[unlikely]]
+        return extrl_other();
     QOR_OBJECT *o = *stack_slot(0);
     if (!is_own_text(o) || string_of(o)->length <= 8) return extrl_other();
     STRNG *s = string_of(o);

@@ -25,7 +25,8 @@ inline QOR_OBJECT **stack_slot(int32_t depth) { return &qorcpu_stack[qorcpu_stac
 inline bool texts_on_top(int32_t n) {
     bool all = qorcpu_stack_top >= n;
     for (int32_t depth = 0; all && depth < n; ++depth) all = has_value(*stack_slot(depth), TYPE_STRING);
-    if (all) [[likely]] return true;
+    if (all) [[likely]]
+        return true;
     for (; n > 0; --n) {
         Strng text;
         QORCPU_POPS(&text);
@@ -37,7 +38,8 @@ inline bool texts_on_top(int32_t n) {
 inline bool objects_on_top(int32_t n) {
     bool all = qorcpu_stack_top >= n;
     for (int32_t depth = 0; all && depth < n; ++depth) all = *stack_slot(depth) != nullptr;
-    if (all) [[likely]] return true;
+    if (all) [[likely]]
+        return true;
     for (; n > 0; --n) QORCPU_POP();
     return false;
 }

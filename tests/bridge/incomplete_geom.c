@@ -4,6 +4,8 @@
 
 #define GEOM_SET_GATTR a_missing_entry
 #define GEOM_TERMINATE another_missing_entry
-#define EXPORTED(name) void name(void) {}
-#define INTERNAL(name) void name(void) { puts(#name " was called"); }
+#define EXPORTED(name)                                                                                                 \
+    void name(void) {}
+#define INTERNAL(name)                                                                                                 \
+    void name(void) { puts(#name " was called"); }
 #include "bridges/geom_entries.inc"

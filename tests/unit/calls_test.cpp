@@ -149,7 +149,8 @@ TEST(Calls, ArgumentsOfEveryType) {
             int32_t status = 0;
             CLASS_CREATE_CLASS_C("HOST", "1.0.0", &status);
             CLASS_CREATE_METHOD_C("HOST", "TYPES", native_types, 5, 2, 'P', "", &status);
-            CLASS_CREATE_METHOD_C("HOST", "PLACE", [] { QORCPU_PUSHP(3, 4, GEOM_NO_HEIGHT); }, 0, 1, 'P', "", &status);
+            CLASS_CREATE_METHOD_C(
+                "HOST", "PLACE", [] { QORCPU_PUSHP(3, 4, GEOM_NO_HEIGHT); }, 0, 1, 'P', "", &status);
             const int32_t result = run("7 'seven' 7.25 'TRUE' HOST.PLACE HOST.TYPES => VAR.TEXT => VAR.NUMBER\n");
             STRNG text;
             STRNG_CREATE(&text);

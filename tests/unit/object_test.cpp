@@ -85,8 +85,8 @@ TEST(Object, ValuesInPlace) {
 }
 
 TEST(Object, RendersNumbersShort) {
-    const std::pair<double, const char *> cases[] = {
-        {1.5, "1.5"}, {2, "2.0"}, {0.125, "0.125"}, {100, "100.0"}, {0, "0.0"}, {-0.25, "-0.25"}};
+    const std::pair<double, const char *> cases[] = {{1.5, "1.5"},   {2, "2.0"}, {0.125, "0.125"},
+                                                     {100, "100.0"}, {0, "0.0"}, {-0.25, "-0.25"}};
     for (const auto &[value, expected] : cases) {
         QOR_OBJECT *real = nullptr;
         BTYP_create_real(&real, value);
@@ -140,7 +140,9 @@ TEST(Object, ANewTypeWorksThroughItsSlots) {
     const int start = 40;
     const int *source = &start;
     OBJ_set_object_value(a, &source);
-    EXPECT_EQ(shown(a), "counter(?" "?" "?) refs:1");
+    EXPECT_EQ(shown(a), "counter(?"
+                        "?"
+                        "?) refs:1");
     EXPECT_EQ(Counter_type::alive, 1);
 
     // A path's binding holds no reference: what the slot made for a name goes
