@@ -92,7 +92,7 @@ std::string_view int_text(int32_t value, Int_digits &digits);
 inline std::string_view usual_text(QOR_OBJECT *o, Int_digits &digits) {
     if (has_value(o, TYPE_STRING)) [[likely]] {
         const std::string_view text = c_text(text_of(o));
-        return text.data() ? text : std::string_view("", 0);
+        return text.data() ? text : std::string_view("");
     }
     return has_value(o, TYPE_INT) ? int_text(o->int_value, digits) : std::string_view();
 }
