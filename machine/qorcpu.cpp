@@ -116,7 +116,8 @@ uint32_t callers_top = 0;
         frame_overflow();
         return false;
     }
-    QOR_OBJECT *receiver = path->parent->obj; // the root itself is no method
+    // A script may have overwritten the root itself with a method.
+    QOR_OBJECT *receiver = path->parent ? path->parent->obj : path->obj;
     pin(receiver);
     callers[callers_top++] = std::exchange(qorcpu_this, receiver);
     show_this();
