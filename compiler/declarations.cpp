@@ -187,7 +187,7 @@ bool enter_class() {
     CLASS_CREATE_CLASS_C(name, "1.0", &created);
     QOR_OBJECT *object = map_find(class_directory(), qorcomp_class_name);
     if (!created || !object) {
-        compile_error_abort("unable to create class ", qorcomp_class_name, "");
+        compile_abort("unable to create class ", qorcomp_class_name);
         return false;
     }
     OBJ_create_object_ref(object, &qorcomp_class);
@@ -216,7 +216,7 @@ void READ_CLASS(int32_t *status) {
         } else if (word == "METHOD") {
             READ_METHOD(status);
         } else {
-            compile_error_abort("unexpected token ", qorcomp_token, "");
+            compile_abort("unexpected token ", qorcomp_token);
             *status = 0;
         }
     } while (*status);
@@ -319,6 +319,13 @@ void QORCOMP_DISPLAY_POSITION() {
 void compile_abort(const char *text) {
     QORCOMP_DISPLAY_POSITION();
     MSG_ABORT2_C(qorcomp_msg, text);
+}
+
+void compile_abort(const char *prefix, STRNG text) {
+    QORCOMP_DISPLAY_POSITION();
+    Strng message(prefix);
+    message.append(view(text));
+    MSG_ABORT_S(qorcomp_msg, message);
 }
 
 void compile_error_abort(const char *prefix, STRNG text, const char *suffix) {

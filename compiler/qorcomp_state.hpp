@@ -32,6 +32,7 @@ bool expect_word();
 void QORCOMP_DISPLAY_POSITION();
 // The position and the error in its three forms.
 void compile_abort(const char *text);                                         // *** ABORT ***
+void compile_abort(const char *prefix, STRNG text);                           // *** ABORT ***
 void compile_error_abort(const char *prefix, STRNG text, const char *suffix); // *** ERROR ***
 void compile_error(const char *text); // does not abort; the caller sets its status to 0
 

@@ -142,7 +142,7 @@ void QORPROC_COMPILE_SCRIPT() {
     READ_SCRIPT_FROM(qorproc_script, qorproc_parse, &status);
     if (!status) {
         MSG_SET_PROC_C(qorproc_msg, "COMPILE_SCRIPT");
-        MSG_PABORT_C(qorproc_msg, "error reading script ", qorproc_script, "");
+        MSG_ABORT_S(qorproc_msg, script_text("error reading script ", ""));
         return;
     }
     if (qorproc_dump) {

@@ -50,9 +50,9 @@ void qorcpu_apply_map(QOR_MAP *map) {
         Strng name;
         MAP_GET_NAME(map, &name);
         MSG_SET_PROC_C(qormeth_msg, "MAP");
-        Strng suffix(" no such entry in MAP ");
-        suffix.append(name.text());
-        MSG_PABORT_C(qormeth_msg, "", text, suffix.c_str());
+        text.append(" no such entry in MAP ");
+        text.append(name.text());
+        MSG_ABORT_S(qormeth_msg, text);
         return;
     }
     // The entry's method may replace the entry.

@@ -44,7 +44,7 @@ bool pop_operand(double *number) {
     if (!STRNG_GET_LREAL(&cursor, number) || !STRNG_EOX(&cursor)) {
         const Strng text(qorcpu_top_text());
         qorcpu_release_top();
-        qormeth_abort("ROUND", "invalid number : ", text, "");
+        qormeth_abort("ROUND", "invalid number : ", text);
         return false;
     }
     qorcpu_release_top();

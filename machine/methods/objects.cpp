@@ -169,7 +169,7 @@ void ref() {
     if (!pop_name(*name)) return;
     Object_var object = object_by_name(name->text());
     if (object) return qorcpu_push_owned(std::move(object));
-    qormeth_abort("REF", "unable to resolve object ", *name, "");
+    qormeth_abort("REF", "unable to resolve object ", *name);
 }
 
 void ref2() {

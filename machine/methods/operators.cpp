@@ -254,7 +254,7 @@ bool pop_numeric_text(const char *method, double *number) {
     STRNG_CURSOR cursor;
     STRNG2_PREPX(text->get(), &cursor);
     if (STRNG_GET_LREAL(&cursor, number) && STRNG_EOX(&cursor)) return true;
-    qormeth_abort(method, "invalid number : ", text->get(), "");
+    qormeth_abort(method, "invalid number : ", text->get());
     return false;
 }
 

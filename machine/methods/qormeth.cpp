@@ -29,6 +29,13 @@ void qormeth_abort(const char *method, const char *text) {
     MSG_ABORT2_C(qormeth_msg, text);
 }
 
+void qormeth_abort(const char *method, const char *prefix, STRNG value) {
+    Strng text(prefix);
+    text.append(view(value));
+    MSG_SET_PROC_C(qormeth_msg, method);
+    MSG_ABORT_S(qormeth_msg, text);
+}
+
 void qormeth_abort(const char *method, const char *prefix, STRNG value, const char *suffix) {
     MSG_SET_PROC_C(qormeth_msg, method);
     MSG_PABORT_C(qormeth_msg, prefix, value, suffix);

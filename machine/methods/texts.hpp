@@ -14,6 +14,8 @@ inline bool has_value(const QOR_OBJECT *o, Type type) { return o && (o->flags & 
 
 // Shows the method as the channel's procedure and aborts.
 [[gnu::cold]] void qormeth_abort(const char *method, const char *text);
+[[gnu::cold]] void qormeth_abort(const char *method, const char *prefix, STRNG value);
+// A value in the middle of the text makes it an error line.
 [[gnu::cold]] void qormeth_abort(const char *method, const char *prefix, STRNG value, const char *suffix);
 
 // The slot that lies depth below the top; the stack must reach that deep.

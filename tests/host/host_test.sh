@@ -48,9 +48,9 @@ expect "-version" "0 QorScript 1" "$status $(cut -d' ' -f1 "$work/out") $(wc -l 
 run hello.qor -cgi
 expect "a bare script" "0 hello" "$status $(cat "$work/out")"
 run -cgi -script missing.qor
-expect "a missing script" "2 *** ERROR *** QOR(COMPILE_SCRIPT) error reading script missing.qor" "$status $(cat "$work/out")"
+expect "a missing script" "2 *** ABORT *** QOR(COMPILE_SCRIPT) error reading script missing.qor" "$status $(cat "$work/out")"
 run -cgi -script "$work/run"
-expect "a directory as the script" "2 *** ERROR *** QOR(COMPILE_SCRIPT) error reading script $work/run" "$status $(cat "$work/out")"
+expect "a directory as the script" "2 *** ABORT *** QOR(COMPILE_SCRIPT) error reading script $work/run" "$status $(cat "$work/out")"
 run -cgi -script "$qor"
 expect "a binary file as the script: status" 2 "$status"
 grep -aq '^\*\*\* ' "$work/out" || expect "a binary file as the script" "an error message" "$(head -c 500 "$work/out")"

@@ -88,7 +88,7 @@ TEST(Compile, message_class_with_an_error) {
     const std::string head = "CLASS MESSAGE\nMETHOD DISPLAY\n'> ' NATIVE.MESSAGE.DISPLAY ";
     EXPECT_EQ(run(head + "NOWHERE END_METHOD\nEND_CLASS\n").output,
               "SCRIPT line 3\n*** ERROR *** QORCOMP(IS_COMP) unknown keyword NOWHERE\n");
-    EXPECT_EQ(run(head + "END_METHOD\n").output, "*** ERROR *** QOR(COMPILE_SCRIPT) error reading script SCRIPT\n");
+    EXPECT_EQ(run(head + "END_METHOD\n").output, "*** ABORT *** QOR(COMPILE_SCRIPT) error reading script SCRIPT\n");
 }
 
 } // namespace
