@@ -73,10 +73,11 @@ void set_procedure(MSG channel, std::string_view procedure) {
     MESSAGE_DISPLAY_S(text);
 }
 
-struct Formatted {
+Strng formatted(const char *format, va_list arguments) {
     char text[FORMAT_LIMIT];
-    Formatted(const char *format, va_list arguments) { std::vsnprintf(text, sizeof text, format, arguments); }
-};
+    std::vsnprintf(text, sizeof text, format, arguments);
+    return Strng(text);
+}
 
 } // namespace
 
@@ -112,9 +113,9 @@ void MSG_ABORT_S(MSG channel, STRNG text) { show_abort(channel, view(text)); }
 void MSG_ABORT_F(MSG channel, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const Formatted formatted(format, arguments);
+    const Strng text = formatted(format, arguments);
     va_end(arguments);
-    show_abort(channel, formatted.text);
+    show_abort(channel, text.text());
 }
 
 void MSG_PABORT(MSG channel, uint32_t prefix_high, const char *prefix, STRNG text, uint32_t suffix_high,
@@ -133,9 +134,9 @@ void MSG_DISPLAY_ERROR_S(MSG channel, STRNG text) { show_error(channel, view(tex
 void MSG_DISPLAY_ERROR_F(MSG channel, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const Formatted formatted(format, arguments);
+    const Strng text = formatted(format, arguments);
     va_end(arguments);
-    show_error(channel, formatted.text);
+    show_error(channel, text.text());
 }
 
 void MSG_DISPLAY_PERROR(MSG channel, uint32_t prefix_high, const char *prefix, STRNG text, uint32_t suffix_high,
@@ -154,9 +155,9 @@ void MSG_DISPLAY_S(MSG channel, STRNG text) { show(channel, "): ", view(text).su
 void MSG_DISPLAY_F(MSG channel, const char *format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const Formatted formatted(format, arguments);
+    const Strng text = formatted(format, arguments);
     va_end(arguments);
-    show(channel, "): ", formatted.text);
+    show(channel, "): ", text.text());
 }
 
 void MSG_PDISPLAY(MSG channel, uint32_t prefix_high, const char *prefix, STRNG text, uint32_t suffix_high,
