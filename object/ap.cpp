@@ -47,9 +47,12 @@ Node_set &nodes() {
     return *set;
 }
 
-Ap *find_or_create(Ap *parent, std::string_view name) {
+Ap *find(const Ap *parent, std::string_view name) {
     const auto found = nodes().find(Place{parent, name});
-    if (found != nodes().end()) return *found;
+    return found != nodes().end() ? *found : nullptr;
+}
+
+Ap *create(Ap *parent, std::string_view name) {
     auto *ap = new Ap;
     ap->parent = parent;
     ap->name.assign(name);
@@ -116,18 +119,36 @@ QOR_OBJECT *index_parent(Ap *ap, QOR_OBJECT *parent) {
 Ap *ap_root() { return root; }
 void ap_keep_entries_by_depth(Ap *ap) { parent_of_locals = ap; }
 
-Ap *AP_create_path(STRNG name) {
+namespace {
+
+// Follows a name from the root, node by node; next gives the node of a component
+// that has none yet, or null to end the search.
+template <class Next> Ap *follow(STRNG name, Next next) {
     std::string_view rest = view(name);
     const std::string_view first = take_token(rest, ". ");
     if (first.empty()) return nullptr;
     if (first != "ROOT") rest = view(name);
     Ap *ap = root;
-    while (!rest.empty()) {
+    while (ap && !rest.empty()) {
         const std::string_view token = take_token(rest, ".");
         if (token.empty()) return nullptr;
-        ap = find_or_create(ap, token);
+        Ap *known = find(ap, token);
+        ap = known ? known : next(ap, token);
     }
     return ap;
+}
+
+} // namespace
+
+Ap *AP_create_path(STRNG name) { return follow(name, create); }
+
+Ap *AP_find_path(STRNG name) {
+    return follow(name, [](Ap *ap, std::string_view token) -> Ap * {
+        QOR_OBJECT *object = AP_resolve(ap);
+        if (!object) return nullptr;
+        if (type_of(object) == TYPE_MAP && !map_find(map_of(object), borrow(token))) return nullptr;
+        return create(ap, token);
+    });
 }
 
 void AP_get_name(const Ap *ap, STRNG *name) {

@@ -39,6 +39,9 @@ Ap *ap_root();
 // The node of a dotted name, made where it is missing; null when the name has
 // an empty component.
 Ap *AP_create_path(STRNG name);
+// The same for a name that is data: null, and no new node, when it leads nowhere
+// now. Nodes stay for good, so names that never meant anything must not make any.
+Ap *AP_find_path(STRNG name);
 void AP_get_name(const Ap *ap, STRNG *name);
 
 // Binds the node and returns the object, borrowed; null when nothing is there.

@@ -533,7 +533,7 @@ void OBJ_get_type_name(const QOR_OBJECT *object, STRNG *name) { strng_assign(nam
 const char *OBJ_get_type_name_C(const QOR_OBJECT *object) { return type_table[type_of(object)].name.c_str(); }
 
 void OBJ_get_object_ref_by_name(STRNG name, QOR_OBJECT **variable, int32_t *status) {
-    Ap *ap = AP_create_path(name);
+    Ap *ap = AP_find_path(name);
     QOR_OBJECT *object = ap ? AP_resolve(ap) : nullptr;
     *status = object ? 1 : 0;
     if (object) OBJ_create_object_ref(object, variable);

@@ -12,7 +12,7 @@ namespace {
 
 // Walking the tree of paths for each item would cost a search among all names
 // on each level. Nodes are permanent, so a name's node is remembered; a name
-// that is no path is remembered as null.
+// that leads nowhere is looked up again.
 struct Known_name {
     Strng text;
     Ap *path = nullptr;
@@ -22,12 +22,11 @@ constexpr size_t LONGEST_KNOWN_NAME = 200;
 Known_name known_names[KNOWN_NAMES];
 
 Ap *path_of(std::string_view name) {
-    if (name.size() > LONGEST_KNOWN_NAME) return AP_create_path(borrow(name));
+    if (name.size() > LONGEST_KNOWN_NAME) return AP_find_path(borrow(name));
     Known_name &known = known_names[std::hash<std::string_view>()(name) % KNOWN_NAMES];
-    if (known.text.text() != name) {
-        known.path = AP_create_path(borrow(name));
-        known.text.assign(name);
-    }
+    if (known.path && known.text.text() == name) return known.path;
+    known.path = AP_find_path(borrow(name));
+    known.text.assign(name);
     return known.path;
 }
 
