@@ -327,8 +327,6 @@ void LIST_READ_LAST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
     *status = 1;
 }
 
-void LIST_SIZE(QOR_LIST *list, int32_t *count) { *count = is_list(list) ? list->size : 0; }
-
 } // namespace qor
 
 using namespace qor;

@@ -2,15 +2,7 @@
 
 #include <cmath>
 
-#include "kernel/lifecycle.hpp"
 #include "kernel/saturate.hpp"
-
-namespace qor {
-
-// Nothing here has a state to bring up.
-void conv_init() {}
-
-} // namespace qor
 
 int32_t CONV_LIROUNDL(double x) { return qor::saturate<int32_t>(std::floor(x + 0.5)); }
 double CONV_LFLOATI(int16_t x) { return x; }

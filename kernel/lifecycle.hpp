@@ -1,5 +1,5 @@
-// The start and stop of every module. Each module includes this header and
-// defines its own two operations; qorproc.cpp holds the table that gives their
+// The start and stop of every module that has something to do then. Such a module
+// includes this header and defines its own operations; qorproc.cpp holds the table that gives their
 // order in both directions.
 #pragma once
 
@@ -7,9 +7,7 @@ namespace qor {
 
 // Each init is called once by QORPROC_INIT and guards itself against a second
 // call, since a module may need another one earlier.
-void conv_init();
 void strng_init();
-void strng2_init();
 void obj_init();
 void btyp_init();
 void map_init();

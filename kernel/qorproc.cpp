@@ -46,9 +46,9 @@ std::string qorproc_mainlib;
 // The order of start. Storage comes late on purpose: what the modules before it
 // allocated is not in its counter.
 constexpr void (*INIT_ORDER[])() = {
-    conv_init,    strng_init,   strng2_init, obj_init,    btyp_init,     map_init,  class_init,
-    message_init, option_init,  imem_init,   qorcpu_init, textfile_init, lex2_init, storage_init,
-    qormeth_init, qorcomp_init, qorio_init,  ap_init,     qorrun_init,
+    strng_init,   obj_init,     btyp_init,   map_init,      class_init,  message_init,
+    option_init,  imem_init,    qorcpu_init, textfile_init, lex2_init,   storage_init,
+    qormeth_init, qorcomp_init, qorio_init,  ap_init,       qorrun_init,
 };
 
 constexpr void (*TERMINATE_ORDER[])() = {

@@ -3,7 +3,6 @@
 #include <array>
 #include <cctype>
 
-#include "kernel/lifecycle.hpp"
 #include "kernel/strng_core.hpp"
 
 namespace qor {
@@ -113,9 +112,6 @@ void change_case(STRNG *s, uint8_t first, uint8_t last) {
 }
 
 } // namespace
-
-// All tables are constants: there is nothing to bring up.
-void strng2_init() {}
 
 } // namespace qor
 

@@ -131,8 +131,6 @@ std::string_view qorcpu_top_text();
 void qorcpu_release_top();
 
 void QORCPU_POP_OBJ_TYPED(QOR_OBJECT **variable, int32_t type);
-void QORCPU_PUSHL(int64_t value);
-void QORCPU_POPL(int64_t *value);
 void QORCPU_PUSH_UNDEF_STRING();
 void QORCPU_PUSH_UNDEF_INT();
 void QORCPU_PUSH_UNDEF_REAL();
@@ -145,7 +143,6 @@ bool QORCPU_TOP_IS_STRING();
 bool QORCPU_TOP_IS_INT();
 bool QORCPU_TOP_IS_LONG();
 bool QORCPU_TOP_IS_REAL();
-bool QORCPU_TOP_IS_GEOMETRY();
 bool QORCPU_TOP_IS_BOOLEAN();
 
 void QORCPU_SWAP();

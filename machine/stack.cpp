@@ -98,9 +98,6 @@ void QORCPU_POP_OBJ_TYPED(QOR_OBJECT **variable, int32_t type) {
     OBJ_assert_type(*variable, type);
 }
 
-void QORCPU_PUSHL(int64_t value) { qorcpu_push_long(value); }
-void QORCPU_POPL(int64_t *value) { *value = qorcpu_pop_long(); }
-
 namespace {
 
 void push_undefined(Type type) {
@@ -127,7 +124,6 @@ bool QORCPU_TOP_IS_STRING() { return top_is(TYPE_STRING); }
 bool QORCPU_TOP_IS_INT() { return top_is(TYPE_INT); }
 bool QORCPU_TOP_IS_LONG() { return top_is(TYPE_LONG); }
 bool QORCPU_TOP_IS_REAL() { return top_is(TYPE_REAL); }
-bool QORCPU_TOP_IS_GEOMETRY() { return top_is(TYPE_GEOMETRY); }
 bool QORCPU_TOP_IS_BOOLEAN() { return top_is(TYPE_BOOLEAN); }
 
 void QORCPU_SWAP() {

@@ -116,7 +116,6 @@ QOR_OBJECT *index_parent(Ap *ap, QOR_OBJECT *parent) {
 
 } // namespace
 
-Ap *ap_root() { return root; }
 void ap_keep_entries_by_depth(Ap *ap) { parent_of_locals = ap; }
 
 namespace {

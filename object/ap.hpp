@@ -35,7 +35,6 @@ inline Entry_cache *ap_entry(Ap *ap) { return ap->entries_by_depth ? &ap->entrie
 // The children that this node gets from now on keep an entry for each depth.
 void ap_keep_entries_by_depth(Ap *ap);
 
-Ap *ap_root();
 // The node of a dotted name, made where it is missing; null when the name has
 // an empty component.
 Ap *AP_create_path(STRNG name);

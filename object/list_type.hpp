@@ -16,6 +16,5 @@ void list_check(QOR_LIST *list);
 void list_index(QOR_LIST *list, STRNG key, QOR_OBJECT **variable, int32_t *status);
 void LIST_READ_FIRST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status);
 void LIST_READ_LAST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status);
-void LIST_SIZE(QOR_LIST *list, int32_t *count);
 
 } // namespace qor

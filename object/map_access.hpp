@@ -17,8 +17,8 @@ inline constexpr uint32_t SHORT_KEY = 255;
 QOR_OBJECT *map_find(QOR_MAP *map, STRNG key);
 QOR_OBJECT *map_find_cached(QOR_MAP *map, STRNG key, Entry_cache *cache);
 
-// As MAP_INSERT_MOVED, remembering the place. The variable is left nil, or
-// with an unshared scalar that the entry held before, for its next content.
+// As MAP_INSERT_MOVED, remembering the place. The variable is left nil, or with
+// a plain value that nobody else has, whose record its next content may take.
 void map_put_cached(QOR_MAP *map, STRNG key, Entry_cache *cache, QOR_OBJECT **variable);
 
 // The kernel keeps this map's handle for good: removing it only empties it.

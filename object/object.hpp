@@ -169,8 +169,8 @@ class Nesting {
     ~Nesting() { --depth; }
     Nesting(const Nesting &) = delete;
     Nesting &operator=(const Nesting &) = delete;
-    // Set back to 0 when a run is left: destructors that unwinding ran have
-    // done it already, so this only guards against a jump over them.
+
+  private:
     static int32_t depth;
 };
 

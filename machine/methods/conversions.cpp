@@ -64,21 +64,29 @@ void m_to_string() {
     qorcpu_push_text(work.text());
 }
 
+// Pops a real, or a text that is a number. False when the text is none: a NULL
+// int stands in its place.
+bool take_number(double *number) {
+    if (type_of(qorcpu_top()) == TYPE_REAL) {
+        *number = qorcpu_pop_real();
+        return true;
+    }
+    if (pop_number(number)) return true;
+    QORCPU_PUSH_UNDEF_INT();
+    return false;
+}
+
 void m_to_int() {
     if (!top_has_value(Target::INT)) return;
     double number;
     switch (type_of(qorcpu_top())) {
     case TYPE_STRING:
-        if (!pop_number(&number)) {
-            QORCPU_PUSH_UNDEF_INT();
-            return;
-        }
-        break;
-    case TYPE_REAL: number = qorcpu_pop_real(); break;
+    case TYPE_REAL:
+        if (take_number(&number)) qorcpu_push_int(CONV_LIROUNDL(number));
+        return;
     case TYPE_INT: return;
     default: wrong_type("TO_INT"); return;
     }
-    qorcpu_push_int(CONV_LIROUNDL(number));
 }
 
 // Unlike TO_INT, reals are cut. NULL and a text that is no number give a NULL
@@ -88,17 +96,13 @@ void m_to_long() {
     double number;
     switch (type_of(qorcpu_top())) {
     case TYPE_STRING:
-        if (!pop_number(&number)) {
-            QORCPU_PUSH_UNDEF_INT();
-            return;
-        }
-        break;
-    case TYPE_REAL: number = qorcpu_pop_real(); break;
+    case TYPE_REAL:
+        if (take_number(&number)) qorcpu_push_long(saturate<int64_t>(number));
+        return;
     case TYPE_INT: qorcpu_push_long(qorcpu_pop_int()); return;
     case TYPE_LONG: return;
     default: wrong_type("TO_LONG"); return;
     }
-    qorcpu_push_long(saturate<int64_t>(number));
 }
 
 // Unlike the other two, this takes the number that a text starts with.
