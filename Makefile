@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
 PACKAGES = sh cmake/packages.sh
 
-BUILD_PACKAGES = g++ cmake ninja-build
+BUILD_PACKAGES = g++ cmake ninja-build nettle-dev
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
@@ -13,6 +13,7 @@ FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 EXAMPLE = examples/atlas
 RESULTS = build/example-results
 FUZZ_SECONDS ?= 60
+FUZZ_TARGETS = compile_fuzz stream_fuzz serial_fuzz
 
 .PHONY: all run build test asan bench lint format fuzz docs install package clean
 
@@ -21,6 +22,7 @@ all: build
 run: build
 	@mkdir -p $(RESULTS)
 	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script atlas.qor -results $(CURDIR)/$(RESULTS)
+	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script shares.qor -results $(CURDIR)/$(RESULTS)
 
 build:
 	@$(PACKAGES) $(BUILD_PACKAGES)
@@ -53,14 +55,16 @@ lint:
 format:
 	@git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format -i
 
-# Mutated scripts through the compiler and the machine; what is found lands in
-# build-fuzz/findings.
+# Mutated scripts, streams and objects, the time divided among the targets; what is found
+# lands in build-fuzz/findings.
 fuzz:
 	@$(PACKAGES) $(FUZZ_PACKAGES)
 	@cmake --preset fuzz
 	@cmake --build build-fuzz -j $(JOBS)
 	@mkdir -p build-fuzz/findings
-	@build-fuzz/bin/compile_fuzz $(FUZZ_SECONDS) tests/scripts build-fuzz/findings
+	@for target in $(FUZZ_TARGETS); do \
+	    build-fuzz/bin/$$target $$(($(FUZZ_SECONDS) / $(words $(FUZZ_TARGETS)))) tests/scripts build-fuzz/findings || status=1; \
+	done; exit $$status
 
 # Regenerates the reference of the built-in methods from the method tables.
 docs: build

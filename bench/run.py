@@ -17,6 +17,7 @@ import time
 PROGRAMS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "programs")
 LINES = 1_000_000
 RECORDS = 500_000
+RECORDS_IN_STREAM = 200_000
 MODULUS = 1000003
 
 # Name, command, ending of its programs, argument that gives its version.
@@ -38,6 +39,8 @@ TASKS = [
     ("map", "fill and read a map of 400,000 keys"),
     ("count", "count 1,000,000 lines by a field"),
     ("transfer", "route 1,000,000 lines by a field, write two of three branches"),
+    ("stream", "write 200,000 records of nine fields and a list, read them back (Python: json)"),
+    ("stream_pickle", "the same (Python: pickle)"),
 ]
 
 
@@ -64,6 +67,8 @@ class Work:
         loop = 10_000_000 * 10_000_001 // 2 % MODULUS
         rebuilt = "north,%d,2026-11-22,widget,first of the month,12.50"
         length = sum(len(rebuilt % i) for i in range(RECORDS)) % MODULUS
+        one_round = sum(i * 1237 + 600_000 - i * 425 + len("alternative %d" % i) for i in range(1000))
+        in_stream = one_round * (RECORDS_IN_STREAM // 1000) % MODULUS
         self.expected = {
             "loop": "%d\n" % loop,
             "loop_plain": "%d\n" % loop,
@@ -72,6 +77,8 @@ class Work:
             "map": "%d\n" % (sum(range(400_000)) % MODULUS),
             "count": "".join("%s %d\n" % item for item in sorted(counts.items())),
             "transfer": "status 0\n",
+            "stream": "%d %d\n" % (RECORDS_IN_STREAM, in_stream),
+            "stream_pickle": "%d %d\n" % (RECORDS_IN_STREAM, in_stream),
         }
 
     def check(self, task, who, printed):
@@ -87,7 +94,7 @@ class Work:
 
 def command(program, ending, task, source, out):
     path = os.path.join(PROGRAMS, "%s.%s" % (task, ending))
-    data = task in ("count", "transfer")
+    data = task in ("count", "transfer", "stream", "stream_pickle")
     if ending == "qor":
         return [program, "-cgi", "-script", path] + (["-input", source, "-out", out] if data else [])
     if ending == "awk":

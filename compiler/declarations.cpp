@@ -1,12 +1,16 @@
 // The outer half of the compiler: the token reader, declarations, and the
 // script as a whole. A declaration takes effect at once in the root map or in
 // the class's map; there is no symbol table beside them.
+#include "compiler/lex2.hpp"
 #include "compiler/qorcomp_state.hpp"
 #include "kernel/lifecycle.hpp"
+#include "kernel/option.hpp"
+#include "kernel/plugin.hpp"
 #include "object/class.hpp"
 #include "object/map_access.hpp"
 #include "qor/lex2.h"
 #include "qor/option.h"
+#include "services/serial.hpp"
 
 namespace qor {
 
@@ -20,6 +24,8 @@ namespace {
 
 bool initialised = false;
 bool qorcomp_parse = false;
+bool qorcomp_pushback = false; // the current word is to be read once more
+bool is_compiling = false;
 Strng qorcomp_source_name; // of the current file
 uint32_t qorcomp_source = 0;
 uint32_t qorcomp_line = 0;
@@ -123,6 +129,24 @@ void READ_MAP(int32_t *status) {
     read_pairs(object, status);
 }
 
+// --- objects -----------------------------------------------------------------------
+
+// The object's lines are read past the lexer, which then goes on behind them; so
+// nothing may follow the name on its line, and no line of it is an include.
+void READ_OBJECT(int32_t *status) {
+    MSG_SET_PROC_C(qorcomp_msg, "READ_OBJECT");
+    *status = 0;
+    if (!expect_word()) return;
+    Object_var object;
+    SERIAL_READ_OBJECT(LEX2_GET_FILE(), &object, status);
+    lex2_drop_line();
+    if (!*status) return;
+    QOR_MAP *owner = class_map();
+    announce_refused_key(qorcomp_token);
+    MAP_INSERT_OBJECT_REF(owner ? owner : MAP_ROOT(), qorcomp_token, object);
+    *status = expect_word() && qorcomp_token.text() == "END_OBJECT";
+}
+
 // --- procedures, methods, classes ----------------------------------------------------
 
 // The body of the current word's procedure in this map, just created. Until it is
@@ -211,6 +235,8 @@ void READ_CLASS(int32_t *status) {
         }
         if (word == "MAP") {
             READ_MAP(status);
+        } else if (word == "OBJECT") {
+            READ_OBJECT(status);
         } else if (word == "PROCEDURE") {
             READ_CLASS_PROCEDURE(status);
         } else if (word == "METHOD") {
@@ -235,24 +261,48 @@ void restore_messages() {
     MAP_INSERT_OBJECT_REF(MAP_ROOT(), qorcomp_class_name, saved);
 }
 
+// --- plug-ins ----------------------------------------------------------------------
+
+// Their classes are known to every later word. A script that ends behind the list
+// has failed, but only after they were loaded.
+void READ_LOAD(int32_t *status) {
+    MSG_SET_PROC_C(qorcomp_msg, "READ_LOAD");
+    QORCOMP_NEXT_TOKEN();
+    const std::string list(qorcomp_token.text());
+    *status = QORCOMP_NEXT_TOKEN();
+    if (*status && qorcomp_token.text() == "AS") {
+        *status = expect_word();
+        if (*status) QORPROC_LOAD_PLUGINS_AS(list, std::string(qorcomp_token.text()));
+        return;
+    }
+    qorcomp_pushback = *status;
+    PLUGIN_LOAD(list);
+}
+
 // --- the two halves of a script --------------------------------------------------------
 
+enum class Read { SCRIPT, PART };
 enum class Outcome { FAILED, END_OF_SCRIPT, MAIN_STATEMENT };
 
-// Up to the first word that is no declaration, which stays the current word.
-Outcome read_declarations() {
+// Up to the first word that is no declaration, which stays the current word. In a
+// part OBJECT and |VERSION are none.
+Outcome read_declarations(Read what) {
     while (QORCOMP_NEXT_TOKEN()) {
         const std::string_view word = qorcomp_token.text();
         int32_t status = 1;
         if (word == "MAP") {
             READ_MAP(&status);
+        } else if (word == "OBJECT" && what == Read::SCRIPT) {
+            READ_OBJECT(&status);
         } else if (word == "PROCEDURE") {
             READ_PROCEDURE(&status);
         } else if (word == "CLASS") {
             READ_CLASS(&status);
+        } else if (word == "|LOAD") {
+            READ_LOAD(&status);
         } else if (word == "|MARKLOT") {
             QORCOMP_NEXT_TOKEN();
-        } else if (word == "|VERSION") {
+        } else if (word == "|VERSION" && what == Read::SCRIPT) {
             if (QORCOMP_NEXT_TOKEN()) qorcomp_version_file.assign(qorcomp_token.text());
         } else {
             return Outcome::MAIN_STATEMENT;
@@ -279,7 +329,7 @@ void read_main_statements(int32_t *status) {
 void read_program(int32_t *status) {
     const uint32_t start = IMEM_GET_COUNT();
     emit(IMEM_EMIT_GOTO, IMEM_NO_ADDRESS);
-    const Outcome declared = read_declarations();
+    const Outcome declared = read_declarations(Read::SCRIPT);
     *status = declared != Outcome::FAILED;
     if (!*status) return;
     if (!OPTION_ISOPT_C("cgi")) {
@@ -291,11 +341,32 @@ void read_program(int32_t *status) {
     if (*status) emit(IMEM_EMIT_PEND);
 }
 
+// There is one compiler and one lexer. Script code that receives messages runs in
+// the middle of a compilation: it can not start another.
+class Compilation {
+  public:
+    Compilation() { is_compiling = true; }
+    ~Compilation() { is_compiling = false; }
+    Compilation(const Compilation &) = delete;
+    Compilation &operator=(const Compilation &) = delete;
+};
+
+// A compilation that was broken off leaves its class and loops open.
+void forget_compilation() {
+    leave_class();
+    reset_statements();
+    qorcomp_pushback = false;
+}
+
 } // namespace
 
 // --- the token reader ----------------------------------------------------------------
 
 int32_t QORCOMP_NEXT_TOKEN() {
+    if (qorcomp_pushback) {
+        qorcomp_pushback = false;
+        return 1;
+    }
     if (!LEX2_READ_NEXT_TOKEN(&qorcomp_token)) return 0;
     update_position();
     if (qorcomp_parse) show_token();
@@ -344,11 +415,13 @@ void announce_refused_key(STRNG key) {
 
 void READ_SCRIPT_FROM(STRNG name, int32_t parse, int32_t *status) {
     qorcomp_parse = parse != 0;
+    std::string plugins;
+    if (option_text("load", &plugins)) PLUGIN_LOAD(plugins);
     MSG_SET_PROC_C(qorcomp_msg, "READ_SCRIPT_FROM");
     LEX2_OPEN(nullptr, name, status);
     if (!*status) return;
-    leave_class();
-    reset_statements();
+    const Compilation compilation;
+    forget_compilation();
     qorcomp_source_name.clear();
     qorcomp_source = qorcomp_line = qorcomp_source_count = 0;
     IMEM_SET_SOURCE(&qorcomp_source, &qorcomp_line);
@@ -357,6 +430,26 @@ void READ_SCRIPT_FROM(STRNG name, int32_t parse, int32_t *status) {
         MAP_CLEAR(&map);
         read_program(status);
     }
+    if (!*status) restore_messages();
+    LEX2_CLOSE();
+}
+
+void READ_SCRIPT_PART_FROM(STRNG name, int32_t *status) {
+    MSG_SET_PROC_C(qorcomp_msg, "READ_SCRIPT_PART_FROM");
+    *status = 0;
+    if (is_compiling) return;
+    const Compilation compilation;
+    LEX2_OPEN(nullptr, name, status);
+    if (!*status) return;
+    Strng file;
+    uint32_t line = 0;
+    LEX2_GET_POSITION(&file, &line);
+    // Kept: the file that has been read already stays open.
+    QOR_MAP *map = sources();
+    *status = map != nullptr;
+    if (!map || MAP_TEST_KEY(map, file)) return;
+    forget_compilation();
+    *status = read_declarations(Read::PART) != Outcome::FAILED;
     if (!*status) restore_messages();
     LEX2_CLOSE();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "compiler/lex2.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/strng.hpp"
 #include "qor/textfile.h"
@@ -121,11 +122,13 @@ int32_t LEX2_NEXT_ITEM(STRNG_CURSOR *cursor, STRNG *item, uint8_t delimiter) {
 
 namespace qor {
 
+void lex2_drop_line() { lex2_cursor = {nullptr, nullptr}; }
+
 void lex2_init() { LEX2_RESET(); }
 
 void lex2_terminate() {
     STRNG_REMOVE(&lex2_line);
-    lex2_cursor = {nullptr, nullptr};
+    lex2_drop_line();
 }
 
 } // namespace qor

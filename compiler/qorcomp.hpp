@@ -9,4 +9,10 @@ namespace qor {
 // a declaration failed; compile errors that abort do not return.
 void READ_SCRIPT_FROM(STRNG name, int32_t parse, int32_t *status);
 
+// Adds the declarations of a further file to the running program, behind its end.
+// 1 when done, and for a file that has been read already; 0 when it could not be
+// read, when a declaration failed (what was declared before that one stays), and
+// while another file is being compiled.
+void READ_SCRIPT_PART_FROM(STRNG name, int32_t *status);
+
 } // namespace qor

@@ -1,13 +1,15 @@
-#include "object/list_type.hpp"
+#include "container/list.hpp"
 
 #include <charconv>
+#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "kernel/storage.hpp"
-#include "object/object.hpp"
+#include "object/types.hpp"
+#include "qor/btyp.h"
 #include "qor/msg.h"
 
 // The chain is doubly linked, so that the last node goes without a walk.
@@ -208,15 +210,20 @@ bool scan_number(std::string_view text, int64_t *number) {
     return true;
 }
 
-// The node of element number, from 1 to the size.
+// The node of element number, from 1 to the size: from the head, the tail or the
+// place found last, whichever is nearest.
 QOR_LIST_NODE *find_node(QOR_LIST *list, int32_t number) {
     int32_t at = 1;
     QOR_LIST_NODE *node = list->first;
-    if (list->indexed && list->indexed <= number) {
-        at = list->indexed;
-        node = list->indexed_node;
-    }
+    const auto try_from = [&](int32_t place, QOR_LIST_NODE *there) {
+        if (std::abs(number - place) >= std::abs(number - at)) return;
+        at = place;
+        node = there;
+    };
+    try_from(list->size, list->last);
+    if (list->indexed) try_from(list->indexed, list->indexed_node);
     for (; at < number; ++at) node = node->next;
+    for (; at > number; --at) node = node->previous;
     list->indexed = number;
     list->indexed_node = node;
     return node;
@@ -241,8 +248,6 @@ void index_by_number(QOR_LIST *list, int64_t number, QOR_OBJECT **variable, int3
         *status = 1;
     }
 }
-
-} // namespace
 
 QOR_LIST *list_create() { return new (records.take()) QOR_LIST{}; }
 
@@ -294,6 +299,20 @@ void list_check(QOR_LIST *list) {
     for (const Object_var &element : elements) OBJ_check_object(element);
 }
 
+void LIST_READ_FIRST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
+    *status = 0;
+    if (!is_list(list) || !list->first) return;
+    OBJ_create_object_ref(list->first->obj, variable);
+    *status = 1;
+}
+
+void LIST_READ_LAST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
+    *status = 0;
+    if (!is_list(list) || !list->last) return;
+    OBJ_create_object_ref(list->last->obj, variable);
+    *status = 1;
+}
+
 void list_index(QOR_LIST *list, STRNG key, QOR_OBJECT **variable, int32_t *status) {
     *status = 0;
     if (!is_list(list)) return;
@@ -313,19 +332,30 @@ void list_index(QOR_LIST *list, STRNG key, QOR_OBJECT **variable, int32_t *statu
     }
 }
 
-void LIST_READ_FIRST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
-    *status = 0;
-    if (!is_list(list) || !list->first) return;
-    OBJ_create_object_ref(list->first->obj, variable);
-    *status = 1;
-}
+// --- the type's slots ---------------------------------------------------------
 
-void LIST_READ_LAST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
-    *status = 0;
-    if (!is_list(list) || !list->last) return;
-    OBJ_create_object_ref(list->last->obj, variable);
-    *status = 1;
+void slot_remove(void *value) {
+    list_remove(value_at<QOR_LIST *>(value));
+    value_at<QOR_LIST *>(value) = nullptr;
 }
+void slot_copy(const void *source, void *target) {
+    value_at<QOR_LIST *>(target) = list_copy(value_at<QOR_LIST *>(source));
+}
+void slot_tochar(const void *, int16_t *length, char *buffer) { put_tochar("LIST", length, buffer); }
+void slot_display(const void *value) { list_display(value_at<QOR_LIST *>(value)); }
+void slot_index(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) {
+    list_index(value_at<QOR_LIST *>(value), key, variable, status);
+}
+void slot_check(const void *value) { list_check(value_at<QOR_LIST *>(value)); }
+
+} // namespace
+
+const QOR_LIST_NODE *list_first(const QOR_LIST *list) { return list ? list->first : nullptr; }
+const QOR_LIST_NODE *list_next(const QOR_LIST_NODE *node) { return node->next; }
+QOR_OBJECT *list_object(const QOR_LIST_NODE *node) { return node->obj; }
+
+const Value_slots LIST_SLOTS{"list",      handle_init,  slot_remove, move_64, slot_copy,
+                             slot_tochar, slot_display, slot_index,  nullptr, slot_check};
 
 } // namespace qor
 

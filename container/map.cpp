@@ -18,6 +18,8 @@ constexpr std::string_view DEFAULT_KEY = "DEFAULT";
 QOR_MAP *root_map = nullptr;
 QOR_OBJECT *root_object = nullptr;
 
+Record_pool<sizeof(QOR_MAP)> records;
+
 bool check_key(std::string_view key) {
     if (key.size() <= KEY_LIMIT) return true;
     MESSAGE_DISPLAY_ERROR1_C("map key is longer than 1024 characters ");
@@ -72,7 +74,7 @@ Entry_cache remembered(const QOR_MAP *map, Map_node *node) {
     return {reinterpret_cast<const Map_head *>(map)->generation, node};
 }
 
-QOR_MAP *new_map() { return new (storage_allocate(sizeof(QOR_MAP))) QOR_MAP; }
+QOR_MAP *new_map() { return new (records.take()) QOR_MAP; }
 
 // Owns a map while it is being filled: a copy may abort half way.
 struct Map_owner {
@@ -101,16 +103,39 @@ void copy_entries(QOR_MAP *source, QOR_MAP *target) {
     target->label.assign(source->label.text());
 }
 
+// The order of MAPSORT where a key holds a zero byte: the keys count up to it, and
+// those that are equal then stay in their order.
+std::vector<Map_node *> by_terminated_key(QOR_MAP *map, bool descending) {
+    struct Entry {
+        Strng key;
+        Map_node *node;
+    };
+    std::vector<Entry> entries;
+    for (Map_node *node = map->first; node; node = node->next) {
+        Entry &e = entries.emplace_back();
+        map_key(node, &e.key);
+        e.node = node;
+    }
+    std::stable_sort(entries.begin(), entries.end(), [descending](const Entry &a, const Entry &b) {
+        const int order = c_text(a.key.text()).compare(c_text(b.key.text()));
+        return descending ? order > 0 : order < 0;
+    });
+    std::vector<Map_node *> nodes;
+    for (const Entry &e : entries) nodes.push_back(e.node);
+    return nodes;
+}
+
 } // namespace
 
 void map_clear_entries(QOR_MAP *map) {
+    const bool keeps_nodes = !map->trie.has_many_nodes();
     Map_node *node = map->first;
     map->first = map->read = map->last = nullptr;
     while (node) {
         Map_node *next = node->next;
         QOR_OBJECT *object = std::exchange(node->object, nullptr);
         // A plain value that nobody else has stays for the next one of its name.
-        if (may_be_refilled(object) && (object->flags >> 8) == 1 && !object->aps)
+        if (keeps_nodes && may_be_refilled(object) && (object->flags >> 8) == 1 && !object->aps)
             node->spare = object;
         else {
             node->spare = nullptr;
@@ -177,24 +202,23 @@ QOR_OBJECT *map_object(const Map_node *entry) { return entry->object; }
 void map_key(const Map_node *entry, STRNG *key) { trie_key(entry, key); }
 
 void map_sort(QOR_MAP *map, bool descending) {
-    struct Entry {
-        Strng key;
-        size_t compared; // the key counts up to a zero byte
-        Object_var value;
+    // The values become deep copies. A plain value that nobody else has is its
+    // own copy.
+    const auto is_own_copy = [](QOR_OBJECT *o) {
+        return count_of(o) == 1 && !o->aps && is_defined(o) && is_leaf_type(type_of(o)) && !is_pinned(o);
     };
-    std::vector<Entry> entries;
-    for (const Map_node *node = map->first; node; node = node->next) {
-        Entry &e = entries.emplace_back();
-        map_key(node, &e.key);
-        e.compared = std::min(e.key.text().find('\0'), e.key.text().size());
-        OBJ_copy_object(node->object, &e.value);
-    }
-    std::stable_sort(entries.begin(), entries.end(), [descending](const Entry &a, const Entry &b) {
-        const int order = a.key.text().substr(0, a.compared).compare(b.key.text().substr(0, b.compared));
-        return descending ? order > 0 : order < 0;
-    });
-    map_clear(map);
-    for (Entry &e : entries) MAP_INSERT_MOVED(map, e.key, &e.value);
+    std::vector<Object_var> values;
+    for (const Map_node *node = map->first; node; node = node->next)
+        if (!is_own_copy(node->object)) OBJ_copy_object(node->object, &values.emplace_back());
+    size_t copied = 0;
+    for (Map_node *node = map->first; node; node = node->next)
+        if (!is_own_copy(node->object)) std::swap(node->object, *&values[copied++]);
+
+    const std::vector<Map_node *> order =
+        map->trie.has_zero_bytes() ? by_terminated_key(map, descending) : map->trie.in_key_order(descending);
+    map->first = map->read = map->last = nullptr;
+    for (Map_node *node : order) map_append(map, node);
+    OBJ_remove_object(&map->default_object);
 }
 
 void map_swap(QOR_MAP *source, QOR_MAP **variable) {
@@ -212,6 +236,34 @@ void map_swap(QOR_MAP *source, QOR_MAP **variable) {
         put_default(target.map, &copy);
     }
     *variable = target.release();
+}
+
+std::vector<Strng> map_display_lines(QOR_MAP *map) {
+    std::vector<Strng> lines;
+    const auto line = [&lines](std::string_view a, std::string_view b, std::string_view c) {
+        Strng &text = lines.emplace_back();
+        text.append(a);
+        text.append(b);
+        text.append(c);
+    };
+    if (!map) {
+        line("MAP is QOR_NIL", "", "");
+        return lines;
+    }
+    Strng name;
+    MAP_GET_NAME(map, &name);
+    line("--- MAP ", name.text(), " -------");
+    if (!map->label.empty()) line("   LABEL IS ", map->label.text(), "");
+    Strng key;
+    Strng value;
+    for (const Map_node *node = map->first; node; node = node->next) {
+        map_key(node, &key);
+        OBJ_to_display_string(node->object, &value);
+        line("   ", key.text(), " -> ");
+        lines.back().append(value.text());
+    }
+    line("--- END MAP ", name.text(), " ---");
+    return lines;
 }
 
 void map_init() {
@@ -259,7 +311,7 @@ void MAP_REMOVE(QOR_MAP **variable) {
     map_clear(map);
     if (map->is_kept) return;
     map->~QOR_MAP();
-    storage_free(map, sizeof(QOR_MAP));
+    records.give(map);
 }
 
 void MAP_CLEAR(QOR_MAP **variable) {
@@ -414,6 +466,12 @@ void MAP_READ_OBJECT_REF(QOR_MAP **variable, STRNG *key, QOR_OBJECT **object, in
     if (!*status) return;
     const Map_node *node = map->read;
     map->read = node->next;
+    // A large map is slow to read because of the way to memory: what the next
+    // read needs is fetched while the script works on this entry.
+    if (node->next) {
+        __builtin_prefetch(node->next->parent);
+        __builtin_prefetch(node->next->object);
+    }
     map_key(node, key);
     OBJ_create_object_ref(node->object, object);
 }
@@ -438,7 +496,10 @@ void MAP_REMOVE_OBJECT(QOR_MAP *map, STRNG key, int32_t *status) {
     chain_remove(map, node);
     QOR_OBJECT *object = std::exchange(node->object, nullptr);
     node->spare = nullptr;
-    if (!map->first) map->trie.clear_or_keep();
+    if (map->first)
+        map->trie.note_removal();
+    else
+        map->trie.clear_or_keep();
     OBJ_remove_object(&object);
 }
 
@@ -472,33 +533,7 @@ void MAP_GET_NAME(QOR_MAP *map, STRNG *name) {
 }
 
 void MAP_DISPLAY(QOR_MAP *map) {
-    if (!map) {
-        MESSAGE_DISPLAY1_C("MAP is QOR_NIL\n");
-        return;
-    }
-    Strng name;
-    MAP_GET_NAME(map, &name);
-    // Put together before anything is shown: showing may run script code, which
-    // may change the map.
-    std::vector<Strng> lines;
-    const auto line = [&lines](std::string_view a, std::string_view b, std::string_view c) {
-        Strng &text = lines.emplace_back();
-        text.append(a);
-        text.append(b);
-        text.append(c);
-    };
-    line("--- MAP ", name.text(), " -------");
-    if (!map->label.empty()) line("   LABEL IS ", map->label.text(), "");
-    Strng key;
-    Strng value;
-    for (const Map_node *node = map->first; node; node = node->next) {
-        map_key(node, &key);
-        OBJ_to_display_string(node->object, &value);
-        line("   ", key.text(), " -> ");
-        lines.back().append(value.text());
-    }
-    line("--- END MAP ", name.text(), " ---");
-    for (const Strng &text : lines) MESSAGE_DISPLAY_S(text);
+    for (const Strng &line : map_display_lines(map)) MESSAGE_DISPLAY_S(line);
 }
 
 void MAP_CHECK_MAP(QOR_MAP *map) {

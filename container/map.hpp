@@ -29,16 +29,21 @@ namespace qor {
     return (o->flags >> 8) == 1 && is_scalar_type(type_of(o)) && !o->aps && !o->pins;
 }
 
-// Stores the variable's reference in a node without an object. The variable gets
-// what the last clearing left there, or nil.
-[[gnu::always_inline]] inline void map_put_new(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
-    QOR_OBJECT *spare = node->spare;
-    node->object = std::exchange(*variable, spare);
+// Puts a node at the end of the order.
+[[gnu::always_inline]] inline void map_append(QOR_MAP *map, Map_node *node) {
     Map_node *last = map->last;
     node->next = nullptr;
     node->previous = last;
     (last ? last->next : map->first) = node;
     map->last = node;
+}
+
+// Stores the variable's reference in a node without an object. The variable gets
+// what the last clearing left there, or nil.
+[[gnu::always_inline]] inline void map_put_new(QOR_MAP *map, Map_node *node, QOR_OBJECT **variable) {
+    QOR_OBJECT *spare = node->spare;
+    node->object = std::exchange(*variable, spare);
+    map_append(map, node);
 }
 
 // Stores where a remembered place is right and holds nothing that would have to
@@ -64,13 +69,15 @@ void map_clear_entries(QOR_MAP *map);
 [[gnu::always_inline]] inline void map_clear(QOR_MAP *map) {
     Map_node *node = map->first;
     if (!node && !map->default_object) return;
+    if (map->trie.has_many_nodes()) [[unlikely]]
+        return map_clear_entries(map);
     while (node && is_private_scalar(node->object)) {
         Map_node *next = node->next;
         node->spare = std::exchange(node->object, nullptr);
         node = next;
     }
     map->first = node;
-    if (node || map->default_object || map->trie.has_many_nodes()) [[unlikely]]
+    if (node || map->default_object) [[unlikely]]
         return map_clear_entries(map);
     map->read = map->last = nullptr;
 }

@@ -1,7 +1,8 @@
-// The run phase and the one non-local exit.
+// The run: its phase, its script and the one non-local exit.
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace qor {
 
@@ -16,6 +17,9 @@ enum Phase : int32_t {
 inline constexpr int32_t QORPROC_STATUS_EXIT = 6;
 
 extern int32_t qorproc_phase;
+
+// The main script as it was found; empty when there is none.
+std::string_view qorproc_script_name();
 
 // What HALT, EXIT and every abort throw. Only QORPROC_COMPILE and QORPROC_RUN
 // catch it.

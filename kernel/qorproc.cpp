@@ -46,15 +46,23 @@ std::string qorproc_mainlib;
 // The order of start. Storage comes late on purpose: what the modules before it
 // allocated is not in its counter.
 constexpr void (*INIT_ORDER[])() = {
-    strng_init,   obj_init,     btyp_init,   map_init,      class_init,  message_init,
-    option_init,  imem_init,    qorcpu_init, textfile_init, lex2_init,   storage_init,
-    qormeth_init, qorcomp_init, qorio_init,  ap_init,       qorrun_init,
+    strng_init,  obj_init,    btyp_init,      map_init,      class_init,  message_init, option_init,  imem_init,
+    qorcpu_init, socket_init, directory_init, textfile_init, serial_init, lex2_init,    storage_init, qormeth_init,
+    blob_init,   time_init,   digest_init,    qorcomp_init,  qorio_init,  ap_init,      qorrun_init,
 };
 
 constexpr void (*TERMINATE_ORDER[])() = {
-    geom_bridge_disconnect, qorrun_terminate,  option_terminate,  imem_terminate,  textfile_terminate,
-    lex2_terminate,         qormeth_terminate, qorcomp_terminate, qorio_terminate,
+    PLUGIN_UNLOAD_ALL, geom_bridge_disconnect, codec_bridge_disconnect, qorrun_terminate,  odb_terminate,
+    option_terminate,  link_terminate,         imem_terminate,          socket_terminate,  textfile_terminate,
+    lex2_terminate,    blob_terminate,         qormeth_terminate,       qorcomp_terminate, qorio_terminate,
 };
+
+// Ends the process when the module is missing: nobody catches an abort yet.
+void require_module(bool connected, const char *name) {
+    if (connected) return;
+    const std::string text = std::string("unable to load ") + name + platform::LIBRARY_SUFFIX;
+    MESSAGE_ABORT_S(borrow(text));
+}
 
 void leave(int32_t status) {
     if (qorproc_halted && contexts > 0) return;
@@ -190,6 +198,8 @@ void QORPROC_ABORT() {
     abort_on_its_way = false; // the latch was set: the caller goes on
 }
 
+std::string_view qorproc_script_name() { return qorproc_script.text(); }
+
 bool qorproc_abort_on_its_way() { return abort_on_its_way; }
 void qorproc_begin_abort() { abort_on_its_way = true; }
 void qorproc_end_abort() { abort_on_its_way = false; }
@@ -207,16 +217,14 @@ void QORPROC_INIT() {
     qorproc_main_window = 0;
     input_count = output_count = error_count = 0;
     for (auto init : INIT_ORDER) init();
-    if (!geom_bridge_connect()) {
-        std::string text = std::string("unable to load geom") + platform::LIBRARY_SUFFIX;
-        MESSAGE_ABORT_S(borrow(text));
-        return;
-    }
+    require_module(geom_bridge_connect(), "geom");
+    require_module(codec_bridge_connect(), "codec");
     MSG_CREATE_C(&qorproc_msg, "QOR", 0);
     int32_t status;
     CLASS_CREATE_METHOD_C("QOR", "HALT", method_halt, 0, 0, 'P', "", &status);
     CLASS_CREATE_METHOD_C("QOR", "ABORT", method_halt, 0, 0, 'P', "", &status);
     CLASS_CREATE_METHOD_C("QOR", "EXIT", method_exit, 0, 0, 'P', "", &status);
+    odb_init();
 }
 
 void QORPROC_TERMINATE() {

@@ -13,15 +13,33 @@ namespace qor {
 
 int64_t storage_size = 0;
 
-void *storage_allocate(size_t size) {
-    void *block = std::malloc(size ? size : 1);
+namespace {
+
+// Counts a block that the system gave.
+void *counted(void *block, size_t size, const char *failure) {
     if (!block) [[unlikely]] {
-        std::fputs("Storage_ALLOCATE: out of memory\n", stdout);
+        std::fputs(failure, stdout);
         QORPROC_ABORT();
         std::abort();
     }
     storage_size += static_cast<int64_t>(size);
     return block;
+}
+
+constexpr char OUT_OF_MEMORY[] = "Storage_ALLOCATE: out of memory\n";
+
+} // namespace
+
+void *storage_allocate(size_t size) { return counted(std::malloc(size ? size : 1), size, OUT_OF_MEMORY); }
+
+void *storage_allocate_zeroed(size_t size) { return counted(std::calloc(size ? size : 1, 1), size, OUT_OF_MEMORY); }
+
+void *storage_reallocate(void *block, size_t old_size, size_t new_size) {
+    if (!block) return storage_allocate(new_size);
+    void *resized = std::realloc(block, new_size ? new_size : 1);
+    resized = counted(resized, new_size, "Storage_REALLOCATE: out of memory\n");
+    storage_size -= static_cast<int64_t>(old_size);
+    return resized;
 }
 
 void storage_free(void *block, size_t size) {
@@ -41,18 +59,7 @@ using namespace qor;
 void Storage_ALLOCATE(void **block, uint32_t size) { *block = storage_allocate(size); }
 
 void Storage_REALLOCATE(void **block, uint32_t old_size, uint32_t new_size) {
-    if (!*block) {
-        *block = storage_allocate(new_size);
-        return;
-    }
-    void *resized = std::realloc(*block, new_size ? new_size : 1);
-    if (!resized) [[unlikely]] {
-        std::fputs("Storage_REALLOCATE: out of memory\n", stdout);
-        QORPROC_ABORT();
-        return;
-    }
-    *block = resized;
-    storage_size += static_cast<int64_t>(new_size) - static_cast<int64_t>(old_size);
+    *block = storage_reallocate(*block, old_size, new_size);
 }
 
 void Storage_DEALLOCATE(void **block, uint32_t size) {

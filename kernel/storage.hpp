@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 namespace qor {
 
@@ -11,6 +12,10 @@ extern int64_t storage_size;
 
 // Never null: out of memory ends the run.
 void *storage_allocate(size_t size);
+// The same, all bytes zero. A large block takes memory only where it is written.
+void *storage_allocate_zeroed(size_t size);
+// Resizes a block (null is an empty one), which stays as it is when that fails.
+void *storage_reallocate(void *block, size_t old_size, size_t new_size);
 void storage_free(void *block, size_t size);
 
 // A sanitizer build hands out each record on its own, so that a use after the
@@ -68,6 +73,56 @@ template <size_t SIZE> class Record_pool {
     }
 
     Link *free_ = nullptr;
+};
+
+// Blocks of a few sizes, for records with tails. Small ones come from free lists,
+// one for each size in steps of eight, and stay in the pool; a large block is one
+// of the system's.
+class Block_pool {
+  public:
+    void *take(size_t size) {
+        if (!POOLED_RECORDS || size > LARGEST) return storage_allocate(size);
+        Link *&first = free_[size / 8];
+        if (!first) [[unlikely]]
+            return carve(size);
+        storage_size += static_cast<int64_t>(size);
+        Link *block = first;
+        first = block->next;
+        return block;
+    }
+    void give(void *block, size_t size) {
+        if (!POOLED_RECORDS || size > LARGEST) {
+            storage_free(block, size);
+            return;
+        }
+        storage_size -= static_cast<int64_t>(size);
+        Link *link = static_cast<Link *>(block);
+        link->next = free_[size / 8];
+        free_[size / 8] = link;
+    }
+
+  private:
+    struct Link {
+        Link *next;
+    };
+    static constexpr size_t LARGEST = 256;
+    static constexpr size_t CHUNK = 65536;
+
+    // A new block, from the chunk that all sizes share.
+    void *carve(size_t size) {
+        if (left_ < size) {
+            chunk_ = static_cast<char *>(storage_allocate(CHUNK));
+            storage_size -= static_cast<int64_t>(CHUNK);
+            left_ = CHUNK;
+        }
+        storage_size += static_cast<int64_t>(size);
+        left_ -= size;
+        return std::exchange(chunk_, chunk_ + size);
+    }
+
+    Link *free_[LARGEST / 8 + 1] = {};
+    char *chunk_ = nullptr;
+    size_t left_ = 0;
 };
 
 } // namespace qor

@@ -60,8 +60,13 @@ void qorcpu_apply_map(QOR_MAP *map) {
     QORCPU_PUSH_OBJ(held);
 }
 
-void run_message_method(Message_channel channel) {
+void run_within_instruction(QOR_METHOD *method) {
     Instruction *instruction = qorcpu_instr;
+    QORCPU_DO_METHOD(method);
+    qorcpu_instr = instruction;
+}
+
+void run_message_method(Message_channel channel) {
     Method_finder &finder = message_methods[static_cast<int>(channel)];
     bool class_found;
     QOR_OBJECT *method = finder.find(&class_found);
@@ -69,8 +74,7 @@ void run_message_method(Message_channel channel) {
         not_defined(class_found ? "method " : "class ", borrow(class_found ? finder.method() : finder.class_name()));
         return;
     }
-    QORCPU_DO_METHOD(method_of(method));
-    qorcpu_instr = instruction;
+    run_within_instruction(method_of(method));
 }
 
 void QORCPU_DO_METHOD_BY_NAME(STRNG class_name, STRNG method) {

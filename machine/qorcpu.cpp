@@ -164,7 +164,7 @@ Strng path_name(const Ap *path) {
 [[gnu::cold]] void unknown_attribute(const Ap *path) {
     for (const Ap *ap = path ? path->parent : nullptr; ap; ap = ap->parent) {
         if (!ap->obj) continue;
-        OBJ_display_object(ap->obj);
+        OBJ_display_object(Object_var::share(ap->obj));
         break;
     }
     MSG_SET_PROC_C(qorcpu_msg, "PUSHAP");
@@ -219,10 +219,16 @@ void pushap(Ap *path) {
             call_script(method, path);
         return; // a method may leave the stack as it likes
     }
-    case TYPE_MAP:
+    case TYPE_MAP: {
+        // A record of a table has no other owner than the path, which the key
+        // that is popped may unbind.
+        Object_var held;
+        if (count_of(object) == 0) [[unlikely]]
+            held = Object_var::share(object);
         qorcpu_apply_map(map_of(object));
         qorcpu_check_top();
         return;
+    }
     default: push_copy(object);
     }
 }
@@ -241,6 +247,7 @@ void popap(const Instruction *instruction) {
     QOR_OBJECT *container = path ? AP_resolve(path) : nullptr;
     if (!container) [[unlikely]]
         return unknown_container(path);
+    qorcpu_check_top(); // following the path may have run script code
     QOR_OBJECT **slot = &qorcpu_stack[qorcpu_stack_top - 1];
     const STRNG name = *string_of(instruction->object);
     if (type_of(container) == TYPE_MAP && map_of(container)) [[likely]] {

@@ -99,19 +99,52 @@ void unbind(Ap *ap) {
     if (count_of(object) == 0 && !object->aps && !is_pinned(object)) free_unbound(object);
 }
 
-// The object under a name of a bound parent.
-QOR_OBJECT *index_parent(Ap *ap, QOR_OBJECT *parent) {
-    if (type_of(parent) == TYPE_MAP) return map_find_cached(map_of(parent), ap->name, ap_entry(ap));
-    QOR_OBJECT *object = nullptr;
+// Keeps the parent of a name alive while its index slot runs. A count would
+// show, and giving it back would unbind the parent. A text has no pins, and
+// nothing that could release it runs.
+class Pinned {
+  public:
+    explicit Pinned(QOR_OBJECT *object) : object_(type_of(object) == TYPE_STRING ? nullptr : object) {
+        if (object_) pin(object_);
+    }
+    ~Pinned() {
+        if (object_) unpin(object_);
+    }
+    Pinned(const Pinned &) = delete;
+    Pinned &operator=(const Pinned &) = delete;
+
+  private:
+    QOR_OBJECT *object_;
+};
+
+enum class Found { YES, NO, MOVED };
+
+// Binds a name of a bound parent that is no map. The index slot of a link runs
+// script code, which may release the parent, lead its name elsewhere or bind
+// this very node: then nothing is done, and the name has to be followed anew.
+Found bind_indexed(Ap *ap) {
+    QOR_OBJECT *parent = ap->parent->obj;
+    const Pinned pinned(parent);
+    Object_var object;
     int32_t status = 0;
     OBJ_index_object(parent, ap->name, &object, &status);
-    if (status != 1 || !object) {
-        OBJ_remove_object(&object);
-        return nullptr;
-    }
+    if (status != 1 || !object) return Found::NO;
+    if (ap->obj || ap->parent->obj != parent) return Found::MOVED;
     // A binding is not a reference: the slot's count goes back at once.
-    if (count_of(object) < OBJ_MAX_COUNT) object->flags -= OBJ_ONE;
-    return object;
+    QOR_OBJECT *found = object.release();
+    if (count_of(found) < OBJ_MAX_COUNT) found->flags -= OBJ_ONE;
+    bind(ap, found);
+    return Found::YES;
+}
+
+Found bind_child(Ap *ap) {
+    QOR_OBJECT *parent = ap->parent->obj;
+    if (type_of(parent) != TYPE_MAP) [[unlikely]]
+        return bind_indexed(ap);
+    QOR_OBJECT *object = map_find_cached(map_of(parent), ap->name, ap_entry(ap));
+    if (!object) return Found::NO;
+    if (!ap->obj) bind(ap, object);
+    return Found::YES;
 }
 
 } // namespace
@@ -162,36 +195,38 @@ void AP_get_name(const Ap *ap, STRNG *name) {
 
 QOR_OBJECT *ap_resolve_unbound(Ap *ap) {
     if (ap->parent->obj) {
-        QOR_OBJECT *object = index_parent(ap, ap->parent->obj);
-        // An index slot may run script code, which may have bound the node.
-        if (object && !ap->obj) bind(ap, object);
-        return ap->obj;
+        const Found found = bind_child(ap);
+        if (found != Found::MOVED) [[likely]]
+            return ap->obj;
     }
     // From the nearest bound node downward, without recursion: a name may have
-    // any number of components.
+    // any number of components. Script code that leads the name elsewhere each
+    // time it is followed does not find it.
+    constexpr int ATTEMPTS = 8;
     std::vector<Ap *> unbound;
-    for (Ap *a = ap; !a->obj; a = a->parent) unbound.push_back(a);
-    for (size_t i = unbound.size(); i-- > 0;) {
-        Ap *a = unbound[i];
-        if (a->obj) continue;
-        if (!a->parent->obj) return nullptr;
-        QOR_OBJECT *object = index_parent(a, a->parent->obj);
-        if (!object) return nullptr;
-        if (!a->obj && a->parent->obj) bind(a, object);
+    for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
+        unbound.clear();
+        for (Ap *a = ap; !a->obj; a = a->parent) unbound.push_back(a);
+        Found found = Found::YES;
+        while (found == Found::YES && !unbound.empty()) {
+            Ap *a = unbound.back();
+            unbound.pop_back();
+            if (a->obj) continue;
+            found = a->parent->obj ? bind_child(a) : Found::MOVED;
+        }
+        if (found == Found::NO) return nullptr;
+        if (ap->obj) return ap->obj;
     }
-    return ap->obj;
+    return nullptr;
 }
 
 void reset_ap(Ap *ap) {
-    if (!ap->obj || !ap->parent) return;
-    Ap *current = ap;
-    for (;;) {
-        while (current->bound_child) current = current->bound_child;
-        Ap *parent = current->parent;
-        const bool last = current == ap;
-        unbind(current);
-        if (last) return;
-        current = parent;
+    if (!ap->parent) return;
+    // What goes with a binding may unbind other nodes, these among them.
+    while (ap->obj) {
+        Ap *lowest = ap;
+        while (lowest->bound_child) lowest = lowest->bound_child;
+        unbind(lowest);
     }
 }
 

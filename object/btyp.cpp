@@ -7,7 +7,6 @@
 #include <string>
 
 #include "kernel/lifecycle.hpp"
-#include "object/list_type.hpp"
 #include "object/types.hpp"
 #include "qor/geom.h"
 #include "qor/map.h"
@@ -20,108 +19,87 @@ void (*check_geometry)(QOR_GEOMETRY geometry) = nullptr;
 
 namespace {
 
-template <typename T> const T &at(const void *value) { return *static_cast<const T *>(value); }
-template <typename T> T &at(void *value) { return *static_cast<T *>(value); }
-
-void put_text(std::string_view text, int16_t *length, char *buffer) {
-    const size_t n = std::min(text.size(), TOCHAR_SIZE - 1);
-    std::memcpy(buffer, text.data(), n);
-    buffer[n] = 0;
-    *length = static_cast<int16_t>(n);
-}
-
 // --- int, long ----------------------------------------------------------------------
 
-void move_32(const void *source, void *target) { at<int32_t>(target) = at<int32_t>(source); }
-void move_64(const void *source, void *target) { at<int64_t>(target) = at<int64_t>(source); }
+void move_32(const void *source, void *target) { value_at<int32_t>(target) = value_at<int32_t>(source); }
 
 void int_tochar(const void *value, int16_t *length, char *buffer) {
-    *length = static_cast<int16_t>(std::snprintf(buffer, TOCHAR_SIZE, "%d", at<int32_t>(value)));
+    *length = static_cast<int16_t>(std::snprintf(buffer, TOCHAR_SIZE, "%d", value_at<int32_t>(value)));
 }
-void int_display(const void *value) { MESSAGE_DISPLAY_F("%ld", static_cast<long>(at<int32_t>(value))); }
+void int_display(const void *value) { MESSAGE_DISPLAY_F("%ld", static_cast<long>(value_at<int32_t>(value))); }
 
 void long_tochar(const void *value, int16_t *length, char *buffer) {
-    *length = static_cast<int16_t>(std::snprintf(buffer, TOCHAR_SIZE, "%lld", at<long long>(value)));
+    *length = static_cast<int16_t>(std::snprintf(buffer, TOCHAR_SIZE, "%lld", value_at<long long>(value)));
 }
-void long_display(const void *value) { MESSAGE_DISPLAY_F("%lld", at<long long>(value)); }
+void long_display(const void *value) { MESSAGE_DISPLAY_F("%lld", value_at<long long>(value)); }
 
 // --- real -----------------------------------------------------------------------------
 
 // Six decimals without trailing zeros; one stays behind the point.
 void real_tochar(const void *value, int16_t *length, char *buffer) {
-    int n = std::sprintf(buffer, "%lf", at<double>(value)); // at most 317 bytes
+    int n = std::sprintf(buffer, "%lf", value_at<double>(value)); // at most 317 bytes
     while (n > 0 && buffer[n - 1] == '0') --n;
     if (n > 0 && buffer[n - 1] == '.') buffer[n++] = '0';
     buffer[n] = 0;
     *length = static_cast<int16_t>(n);
 }
-void real_display(const void *value) { MESSAGE_DISPLAY_F("%lf", at<double>(value)); }
+void real_display(const void *value) { MESSAGE_DISPLAY_F("%lf", value_at<double>(value)); }
 
 // --- boolean ----------------------------------------------------------------------------
 
-const char *boolean_text(const void *value) { return at<uint32_t>(value) == 1 ? "TRUE" : "FALSE"; }
-void boolean_tochar(const void *value, int16_t *length, char *buffer) { put_text(boolean_text(value), length, buffer); }
+const char *boolean_text(const void *value) { return value_at<uint32_t>(value) == 1 ? "TRUE" : "FALSE"; }
+void boolean_tochar(const void *value, int16_t *length, char *buffer) {
+    put_tochar(boolean_text(value), length, buffer);
+}
 void boolean_display(const void *value) { MESSAGE_DISPLAY1_C(boolean_text(value)); }
 void boolean_check(const void *value) {
-    if (at<uint32_t>(value) > 1) std::fputs("invalid value in boolean\n", stdout);
+    if (value_at<uint32_t>(value) > 1) std::fputs("invalid value in boolean\n", stdout);
 }
 
 // --- string -------------------------------------------------------------------------------
 
-void string_init(void *value) { STRNG_CREATE(&at<STRNG>(value)); }
-void string_remove(void *value) { STRNG_REMOVE(&at<STRNG>(value)); }
-void string_assign(const void *source, void *target) { at<STRNG>(target) = at<STRNG>(source); }
-void string_copy(const void *source, void *target) { strng_assign(&at<STRNG>(target), view(at<STRNG>(source))); }
-void string_tochar(const void *value, int16_t *length, char *buffer) {
-    put_text(view(at<STRNG>(value)), length, buffer);
+void string_init(void *value) { STRNG_CREATE(&value_at<STRNG>(value)); }
+void string_remove(void *value) { STRNG_REMOVE(&value_at<STRNG>(value)); }
+void string_assign(const void *source, void *target) { value_at<STRNG>(target) = value_at<STRNG>(source); }
+void string_copy(const void *source, void *target) {
+    strng_assign(&value_at<STRNG>(target), view(value_at<STRNG>(source)));
 }
-void string_display(const void *value) { MESSAGE_DISPLAY_S(at<STRNG>(value)); }
+void string_tochar(const void *value, int16_t *length, char *buffer) {
+    put_tochar(view(value_at<STRNG>(value)), length, buffer);
+}
+void string_display(const void *value) { MESSAGE_DISPLAY_S(value_at<STRNG>(value)); }
 
 // --- handles --------------------------------------------------------------------------------
 
-void handle_init(void *value) { at<void *>(value) = nullptr; }
-
-void map_removevalue(void *value) { MAP_REMOVE(&at<QOR_MAP *>(value)); }
+void map_removevalue(void *value) { MAP_REMOVE(&value_at<QOR_MAP *>(value)); }
 void map_copyvalue(const void *source, void *target) {
     QOR_MAP *copy = nullptr;
-    MAP_COPY(at<QOR_MAP *>(source), &copy);
-    at<QOR_MAP *>(target) = copy;
+    MAP_COPY(value_at<QOR_MAP *>(source), &copy);
+    value_at<QOR_MAP *>(target) = copy;
 }
 void map_tochar(const void *value, int16_t *length, char *buffer) {
     Strng name;
-    MAP_GET_NAME(at<QOR_MAP *>(value), &name);
-    put_text(name.text(), length, buffer);
+    MAP_GET_NAME(value_at<QOR_MAP *>(value), &name);
+    put_tochar(name.text(), length, buffer);
 }
-void map_displayvalue(const void *value) { MAP_DISPLAY(at<QOR_MAP *>(value)); }
+void map_displayvalue(const void *value) { MAP_DISPLAY(value_at<QOR_MAP *>(value)); }
 void map_index(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) {
-    MAP_MAP_OBJECT_REF(at<QOR_MAP *>(value), key, variable, status);
+    MAP_MAP_OBJECT_REF(value_at<QOR_MAP *>(value), key, variable, status);
 }
 void map_insert(void *value, STRNG key, QOR_OBJECT *object, int32_t *status) {
-    *status = at<QOR_MAP *>(value) ? 1 : 0;
-    if (*status) MAP_INSERT_OBJECT_REF(at<QOR_MAP *>(value), key, object);
+    *status = value_at<QOR_MAP *>(value) ? 1 : 0;
+    if (*status) MAP_INSERT_OBJECT_REF(value_at<QOR_MAP *>(value), key, object);
 }
-void map_check(const void *value) { MAP_CHECK_MAP(at<QOR_MAP *>(value)); }
-
-void list_removevalue(void *value) {
-    list_remove(at<QOR_LIST *>(value));
-    at<QOR_LIST *>(value) = nullptr;
-}
-void list_copyvalue(const void *source, void *target) { at<QOR_LIST *>(target) = list_copy(at<QOR_LIST *>(source)); }
-void list_tochar(const void *, int16_t *length, char *buffer) { put_text("LIST", length, buffer); }
-void list_displayvalue(const void *value) { list_display(at<QOR_LIST *>(value)); }
-void list_indexvalue(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) {
-    list_index(at<QOR_LIST *>(value), key, variable, status);
-}
-void list_checkvalue(const void *value) { list_check(at<QOR_LIST *>(value)); }
+void map_check(const void *value) { MAP_CHECK_MAP(value_at<QOR_MAP *>(value)); }
 
 // --- geometry ---------------------------------------------------------------------------------
 
-void geometry_init(void *value) { GEOM_INITIALIZE(&at<QOR_GEOMETRY>(value)); }
-void geometry_remove(void *value) { GEOM_REMOVE(&at<QOR_GEOMETRY>(value)); }
+void geometry_init(void *value) { GEOM_INITIALIZE(&value_at<QOR_GEOMETRY>(value)); }
+void geometry_remove(void *value) { GEOM_REMOVE(&value_at<QOR_GEOMETRY>(value)); }
 void geometry_copy(const void *source, void *target) {
     // The copy replaces nothing: the target's old value is gone by now.
-    at<QOR_GEOMETRY>(target) = 0;
-    GEOM_COPY(at<QOR_GEOMETRY>(source), &at<QOR_GEOMETRY>(target));
+    value_at<QOR_GEOMETRY>(target) = 0;
+    GEOM_COPY(value_at<QOR_GEOMETRY>(source), &value_at<QOR_GEOMETRY>(target));
 }
 
 std::string point_text(double x, double y, double z) {
@@ -156,48 +134,31 @@ std::string geometry_text(QOR_GEOMETRY geometry) {
 }
 
 void geometry_tochar(const void *value, int16_t *length, char *buffer) {
-    put_text(geometry_text(at<QOR_GEOMETRY>(value)), length, buffer);
+    put_tochar(geometry_text(value_at<QOR_GEOMETRY>(value)), length, buffer);
 }
-void geometry_display(const void *value) { GEOM_DISPLAY(at<QOR_GEOMETRY>(value)); }
+void geometry_display(const void *value) { GEOM_DISPLAY(value_at<QOR_GEOMETRY>(value)); }
 void geometry_check(const void *value) {
-    if (check_geometry) check_geometry(at<QOR_GEOMETRY>(value));
+    if (check_geometry) check_geometry(value_at<QOR_GEOMETRY>(value));
 }
 
 // --- registration -------------------------------------------------------------------------------
 
-struct Slots {
-    const char *name;
-    QOR_INITVALUE initvalue = nullptr;
-    QOR_REMOVEVALUE removevalue = nullptr;
-    QOR_ASSIGNVALUE assignvalue = nullptr;
-    QOR_COPYVALUE copyvalue = nullptr;
-    QOR_TOCHAR tochar = nullptr;
-    QOR_DISPLAY display = nullptr;
-    QOR_INDEX index = nullptr;
-    QOR_INSERT insert = nullptr;
-    QOR_CHECK check = nullptr;
-};
+constexpr Value_slots INT_SLOTS{"int", nullptr, nullptr, move_32, move_32, int_tochar, int_display};
+constexpr Value_slots REAL_SLOTS{"real", nullptr, nullptr, move_64, move_64, real_tochar, real_display};
+constexpr Value_slots BOOLEAN_SLOTS{"boolean",      nullptr,         nullptr, move_32, move_32,
+                                    boolean_tochar, boolean_display, nullptr, nullptr, boolean_check};
+constexpr Value_slots STRING_SLOTS{"string",    string_init,   string_remove, string_assign,
+                                   string_copy, string_tochar, string_display};
+constexpr Value_slots MAP_SLOTS{"map",      handle_init,      map_removevalue, move_64,    map_copyvalue,
+                                map_tochar, map_displayvalue, map_index,       map_insert, map_check};
+constexpr Value_slots GEOMETRY_SLOTS{"geometry",      geometry_init,    geometry_remove, move_64, geometry_copy,
+                                     geometry_tochar, geometry_display, nullptr,         nullptr, geometry_check};
+constexpr Value_slots LONG_SLOTS{"long", nullptr, nullptr, move_64, move_64, long_tochar, long_display};
 
 // ORDER TYPE: the ids are given out in this order and go into object streams.
-// The types with a name alone have their ids reserved.
-constexpr Slots BASIC_TYPES[] = {
-    {"int", nullptr, nullptr, move_32, move_32, int_tochar, int_display},
-    {"real", nullptr, nullptr, move_64, move_64, real_tochar, real_display},
-    {"boolean", nullptr, nullptr, move_32, move_32, boolean_tochar, boolean_display, nullptr, nullptr, boolean_check},
-    {"string", string_init, string_remove, string_assign, string_copy, string_tochar, string_display},
-    {"map", handle_init, map_removevalue, move_64, map_copyvalue, map_tochar, map_displayvalue, map_index, map_insert,
-     map_check},
-    {"geometry", geometry_init, geometry_remove, move_64, geometry_copy, geometry_tochar, geometry_display, nullptr,
-     nullptr, geometry_check},
-    {"array"},
-    {"blob"},
-    {"table"},
-    {"mvtab"},
-    {"link"},
-    {"dblink"},
-    {"list", handle_init, list_removevalue, move_64, list_copyvalue, list_tochar, list_displayvalue, list_indexvalue,
-     nullptr, list_checkvalue},
-    {"long", nullptr, nullptr, move_64, move_64, long_tochar, long_display},
+constexpr const Value_slots *BASIC_TYPES[] = {
+    &INT_SLOTS,  &REAL_SLOTS,  &BOOLEAN_SLOTS, &STRING_SLOTS, &MAP_SLOTS,    &GEOMETRY_SLOTS, &ARRAY_SLOTS,
+    &BLOB_SLOTS, &TABLE_SLOTS, &MVTAB_SLOTS,   &LINK_SLOTS,   &DBLINK_SLOTS, &LIST_SLOTS,     &LONG_SLOTS,
 };
 static_assert(std::size(BASIC_TYPES) == TYPE_METHOD);
 
@@ -206,18 +167,18 @@ static_assert(std::size(BASIC_TYPES) == TYPE_METHOD);
 void btyp_init() {
     static bool done = false;
     if (!first_time(done)) return;
-    for (const Slots &t : BASIC_TYPES) {
+    for (const Value_slots *t : BASIC_TYPES) {
         int32_t id = -1;
-        OBJ_create_type(&id, t.name);
-        if (t.initvalue) OBJ_set_initvalue_proc(id, t.initvalue);
-        if (t.removevalue) OBJ_set_removevalue_proc(id, t.removevalue);
-        if (t.assignvalue) OBJ_set_assignvalue_proc(id, t.assignvalue);
-        if (t.copyvalue) OBJ_set_copyvalue_proc(id, t.copyvalue);
-        if (t.tochar) OBJ_set_tochar_proc(id, t.tochar);
-        if (t.display) OBJ_set_display_proc(id, t.display);
-        if (t.index) OBJ_set_index_proc(id, t.index);
-        if (t.insert) OBJ_set_insert_proc(id, t.insert);
-        if (t.check) OBJ_set_check_proc(id, t.check);
+        OBJ_create_type(&id, t->name);
+        if (t->initvalue) OBJ_set_initvalue_proc(id, t->initvalue);
+        if (t->removevalue) OBJ_set_removevalue_proc(id, t->removevalue);
+        if (t->assignvalue) OBJ_set_assignvalue_proc(id, t->assignvalue);
+        if (t->copyvalue) OBJ_set_copyvalue_proc(id, t->copyvalue);
+        if (t->tochar) OBJ_set_tochar_proc(id, t->tochar);
+        if (t->display) OBJ_set_display_proc(id, t->display);
+        if (t->index) OBJ_set_index_proc(id, t->index);
+        if (t->insert) OBJ_set_insert_proc(id, t->insert);
+        if (t->check) OBJ_set_check_proc(id, t->check);
     }
 }
 
@@ -231,20 +192,16 @@ int32_t BTYP_boolean_tidf() { return TYPE_BOOLEAN; }
 int32_t BTYP_string_tidf() { return TYPE_STRING; }
 int32_t BTYP_map_tidf() { return TYPE_MAP; }
 int32_t BTYP_geometry_tidf() { return TYPE_GEOMETRY; }
+int32_t BTYP_array_tidf() { return TYPE_ARRAY; }
+int32_t BTYP_blob_tidf() { return TYPE_BLOB; }
+int32_t BTYP_table_tidf() { return TYPE_TABLE; }
+int32_t BTYP_mvtab_tidf() { return TYPE_MVTAB; }
+int32_t BTYP_link_tidf() { return TYPE_LINK; }
+int32_t BTYP_dblink_tidf() { return TYPE_DBLINK; }
 int32_t BTYP_list_tidf() { return TYPE_LIST; }
 int32_t BTYP_long_tidf() { return TYPE_LONG; }
 
 namespace {
-
-template <typename T> void create(QOR_OBJECT **variable, Type type, const T &value) {
-    OBJ_create_object(variable, type);
-    OBJ_set_object_value(*variable, &value);
-}
-
-template <typename T> void create_adopting(QOR_OBJECT **variable, Type type, const T &value) {
-    OBJ_create_object(variable, type);
-    OBJ_set_object_value_ref(*variable, &value);
-}
 
 // A scalar needs no slot: its value lies in the record.
 template <typename T> void create_scalar(QOR_OBJECT **variable, Type type, T value) {
@@ -298,7 +255,7 @@ void BTYP_read_string_ref(QOR_OBJECT *object, STRNG *value) {
 }
 void BTYP_write_string(QOR_OBJECT *object, STRNG value) { OBJ_set_object_value_tcheck(object, TYPE_STRING, &value); }
 
-void BTYP_create_map(QOR_OBJECT **variable, QOR_MAP *value) { create(variable, TYPE_MAP, value); }
+void BTYP_create_map(QOR_OBJECT **variable, QOR_MAP *value) { create_copying(variable, TYPE_MAP, value); }
 void BTYP_create_undef_map(QOR_OBJECT **variable) { OBJ_create_object(variable, TYPE_MAP); }
 void BTYP_create_map_ref(QOR_OBJECT **variable, QOR_MAP *value) { create_adopting(variable, TYPE_MAP, value); }
 void BTYP_read_map(QOR_OBJECT *object, QOR_MAP **value) { OBJ_get_object_value_tcheck(object, TYPE_MAP, value); }
@@ -307,7 +264,7 @@ void BTYP_read_map_ref(QOR_OBJECT *object, QOR_MAP **value) {
 }
 void BTYP_write_map(QOR_OBJECT *object, QOR_MAP *value) { OBJ_set_object_value_tcheck(object, TYPE_MAP, &value); }
 
-void BTYP_create_geometry(QOR_OBJECT **variable, QOR_GEOMETRY value) { create(variable, TYPE_GEOMETRY, value); }
+void BTYP_create_geometry(QOR_OBJECT **variable, QOR_GEOMETRY value) { create_copying(variable, TYPE_GEOMETRY, value); }
 void BTYP_create_undef_geometry(QOR_OBJECT **variable) { OBJ_create_object(variable, TYPE_GEOMETRY); }
 void BTYP_create_geometry_ref(QOR_OBJECT **variable, QOR_GEOMETRY value) {
     create_adopting(variable, TYPE_GEOMETRY, value);

@@ -3,6 +3,8 @@
 // it stands on the floor of those that need it first.
 #pragma once
 
+#include <vector>
+
 #include "kernel/strng.hpp"
 #include "object/entry_cache.hpp"
 #include "qor/map.h"
@@ -36,5 +38,9 @@ void map_key(const Map_node *entry, STRNG *key);
 void map_sort(QOR_MAP *map, bool descending);
 // A new map with each value's text as key and the old key as value.
 void map_swap(QOR_MAP *source, QOR_MAP **variable);
+
+// What MAP_DISPLAY shows, line by line. Showing a line may run script code, which
+// may change the map: so all of them are made before the first is shown.
+std::vector<Strng> map_display_lines(QOR_MAP *map);
 
 } // namespace qor

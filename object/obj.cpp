@@ -1,9 +1,11 @@
 #include "qor/obj.h"
 
 #include <string>
+#include <vector>
 
 #include "kernel/lifecycle.hpp"
 #include "kernel/storage.hpp"
+#include "kernel/upcalls.hpp"
 #include "object/ap.hpp"
 #include "object/types.hpp"
 #include "qor/map.h"
@@ -81,7 +83,12 @@ QOR_OBJECT *new_string(std::string_view text) {
 QOR_OBJECT *waiting = nullptr;
 bool releasing = false;
 
+void count_object(int32_t type, int64_t change) {
+    if (type > TYPE_METHOD) type_table[type].objects += change;
+}
+
 QOR_OBJECT *new_record(int32_t type) {
+    count_object(type, 1);
     auto *o = static_cast<QOR_OBJECT *>(type == TYPE_STRING ? long_records.take() : short_records.take());
     o->flags = OBJ_ONE | (static_cast<uint32_t>(type) & 0x3f);
     o->head = 0;
@@ -92,6 +99,7 @@ QOR_OBJECT *new_record(int32_t type) {
 // The size follows the present type: a record that was made for a string and
 // holds another type by now goes to the short ones.
 void free_record(QOR_OBJECT *o) {
+    count_object(type_of(o), -1);
     if (type_of(o) == TYPE_STRING)
         long_records.give(o);
     else
@@ -201,10 +209,13 @@ void fresh_string(QOR_OBJECT **variable, std::string_view text) {
     *variable = fresh;
 }
 
+bool is_ilink_type(int32_t type) { return type > TYPE_METHOD && type < type_count && type_table[type].name == "ilink"; }
+
 void free_unbound(QOR_OBJECT *o) { remove_value_and_record(o); }
 
 void unpin(QOR_OBJECT *o) {
-    if (--o->pins != 0 || count_of(o) != 0) return;
+    // What a path alone is bound to goes with that binding.
+    if (--o->pins != 0 || count_of(o) != 0 || o->aps) return;
     add_reference(o);
     OBJ_remove_object(&o);
 }
@@ -279,6 +290,21 @@ void default_check(const void *) {}
 
 void default_domethod(void *, const char *name) { MESSAGE_ABORT_F("method %s not implemented for object\n", name); }
 
+void set_default_slots(Object_type &t) {
+    t.initvalue = default_initvalue;
+    t.removevalue = default_removevalue;
+    t.assignvalue = default_move;
+    t.copyvalue = default_move;
+    t.tochar = default_tochar;
+    t.display = nullptr;
+    t.index = default_index;
+    t.insert = default_insert;
+    t.check = default_check;
+    t.domethod = default_domethod;
+}
+
+std::vector<Object_type> kept_types; // before the first plug-in; empty while none is loaded
+
 bool is_type(int32_t type) { return type >= 0 && type < type_count; }
 
 } // namespace
@@ -286,17 +312,33 @@ bool is_type(int32_t type) { return type >= 0 && type < type_count; }
 void obj_init() {
     static bool done = false;
     if (!first_time(done)) return;
-    for (Object_type &t : type_table) {
-        t.initvalue = default_initvalue;
-        t.removevalue = default_removevalue;
-        t.assignvalue = default_move;
-        t.copyvalue = default_move;
-        t.tochar = default_tochar;
-        t.index = default_index;
-        t.insert = default_insert;
-        t.check = default_check;
-        t.domethod = default_domethod;
+    for (Object_type &t : type_table) set_default_slots(t);
+}
+
+void obj_keep_types() {
+    if (kept_types.empty()) kept_types.assign(type_table, type_table + type_count);
+}
+
+void obj_forget_unloaded(bool (*is_unloaded)(const void *code)) {
+    for (int32_t id = 0; id < type_count; ++id) {
+        Object_type &t = type_table[id];
+        const auto gone = [=](auto... slot) {
+            return (... || (slot && is_unloaded(reinterpret_cast<const void *>(slot))));
+        };
+        if (!gone(t.initvalue, t.removevalue, t.assignvalue, t.copyvalue, t.tochar, t.display, t.index, t.insert,
+                  t.check, t.domethod))
+            continue;
+        const int64_t objects = t.objects;
+        if (static_cast<size_t>(id) < kept_types.size()) {
+            t = kept_types[static_cast<size_t>(id)];
+        } else {
+            // Values that are left can not be released: their storage is lost.
+            set_default_slots(t);
+            t.is_unloaded = true;
+        }
+        t.objects = objects;
     }
+    kept_types.clear();
 }
 
 } // namespace qor
@@ -304,9 +346,15 @@ void obj_init() {
 using namespace qor;
 
 void OBJ_create_type(int32_t *id, const char *name) {
-    if (type_count >= TYPE_ID_LIMIT) return;
-    *id = type_count;
-    type_table[type_count++].name = name;
+    // The id of a type that is gone goes to another, but not while it has objects.
+    int32_t free_id = TYPE_METHOD + 1;
+    while (free_id < type_count && !(type_table[free_id].is_unloaded && type_table[free_id].objects == 0)) ++free_id;
+    free_id = std::min(free_id, type_count);
+    if (free_id >= TYPE_ID_LIMIT) return;
+    *id = free_id;
+    type_count = std::max(type_count, free_id + 1);
+    type_table[free_id].name = name;
+    type_table[free_id].is_unloaded = false;
 }
 
 void OBJ_set_initvalue_proc(int32_t type, QOR_INITVALUE p) {
@@ -505,6 +553,8 @@ void OBJ_copy_value(QOR_OBJECT *target, QOR_OBJECT *source) {
         remove_value(target);
         type_table[type].initvalue(value_of(target));
     }
+    count_object(type_of(target), -1);
+    count_object(type, 1);
     target->flags = (target->flags & ~(0x3fu | OBJ_DEFINED)) | type_and_defined;
 }
 

@@ -1,7 +1,10 @@
 // The type table: what each type of value can do.
 #pragma once
 
+#include <algorithm>
+#include <cstring>
 #include <string>
+#include <string_view>
 
 #include "object/object.hpp"
 #include "qor/obj.h"
@@ -20,6 +23,8 @@ struct Object_type {
     QOR_INSERT insert;
     QOR_CHECK check;
     QOR_DOMETHOD domethod;
+    int64_t objects = 0;      // how many there are; counted for types of plug-ins alone
+    bool is_unloaded = false; // its plug-in is gone, and its slots are the defaults
 };
 
 // The table has 256 rows, but the signed 6-bit id of an object record carries
@@ -33,6 +38,60 @@ extern int32_t type_count;
 
 // The largest text of a tochar slot, with its terminating zero.
 inline constexpr size_t TOCHAR_SIZE = 65536;
+
+// What a basic type brings along; an empty slot keeps the default.
+struct Value_slots {
+    const char *name;
+    QOR_INITVALUE initvalue = nullptr;
+    QOR_REMOVEVALUE removevalue = nullptr;
+    QOR_ASSIGNVALUE assignvalue = nullptr;
+    QOR_COPYVALUE copyvalue = nullptr;
+    QOR_TOCHAR tochar = nullptr;
+    QOR_DISPLAY display = nullptr;
+    QOR_INDEX index = nullptr;
+    QOR_INSERT insert = nullptr;
+    QOR_CHECK check = nullptr;
+};
+
+// The rows of the containers, each defined beside the container.
+extern const Value_slots ARRAY_SLOTS;
+extern const Value_slots BLOB_SLOTS;
+extern const Value_slots TABLE_SLOTS;
+extern const Value_slots MVTAB_SLOTS;
+extern const Value_slots LINK_SLOTS;
+extern const Value_slots DBLINK_SLOTS;
+extern const Value_slots LIST_SLOTS;
+
+// For the slots: the value at an address, the text of a tochar slot, and the
+// slots that all types with a handle share.
+template <typename T> const T &value_at(const void *value) { return *static_cast<const T *>(value); }
+template <typename T> T &value_at(void *value) { return *static_cast<T *>(value); }
+
+inline void put_tochar(std::string_view text, int16_t *length, char *buffer) {
+    const size_t n = std::min(text.size(), TOCHAR_SIZE - 1);
+    std::memcpy(buffer, text.data(), n);
+    buffer[n] = 0;
+    *length = static_cast<int16_t>(n);
+}
+
+inline void handle_init(void *value) { value_at<void *>(value) = nullptr; }
+inline void move_64(const void *source, void *target) { value_at<int64_t>(target) = value_at<int64_t>(source); }
+
+// For the wrappers of a type: a new object with a copy of the value, and one
+// that adopts it.
+template <typename T> void create_copying(QOR_OBJECT **variable, Type type, const T &value) {
+    OBJ_create_object(variable, type);
+    OBJ_set_object_value(*variable, &value);
+}
+template <typename T> void create_adopting(QOR_OBJECT **variable, Type type, const T &value) {
+    OBJ_create_object(variable, type);
+    OBJ_set_object_value_ref(*variable, &value);
+}
+
+// Whether an outside module registered the type under the name "ilink". The
+// kernel knows such links by four methods alone: get_table, get_key, create and
+// to_map.
+bool is_ilink_type(int32_t type);
 
 // Frees an object that only a path was bound to (its count is 0).
 void free_unbound(QOR_OBJECT *object);

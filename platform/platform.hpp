@@ -1,5 +1,5 @@
-// The operating system behind one small interface. A port supplies one source
-// file that implements all of this; nothing else asks for the platform.
+// The operating system behind one small interface. A port supplies sources that
+// implement all of this; nothing else asks for the platform.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +17,9 @@ void *load_library(const std::string &name); // null on failure
 void *find_symbol(void *library, const char *name);
 bool unload_library(void *library);
 std::string library_error(); // the platform's text for the last failure
+// Which library or program the address lies in, as an address of it; null when
+// it lies in none that is loaded.
+const void *library_of(const void *address);
 
 // --- files -------------------------------------------------------------------
 
@@ -51,13 +54,24 @@ bool make_directory(const std::string &path); // one level
 // A new directory that only its owner may enter, under $TMPDIR or /tmp; empty
 // on failure.
 std::string make_private_directory();
+bool remove_directory(const std::string &path); // an empty one
 bool remove_directory_tree(const std::string &path);
 
-std::string current_directory();
+std::string current_directory(); // empty when it does not exist any more
+bool change_directory(const std::string &path);
 std::string executable_path();
 
 // The last failure of a call of this layer, as a text.
 std::string last_error();
+
+// --- sockets -------------------------------------------------------------------
+
+// Blocking TCP connections over IPv4; -1 is none. Children do not inherit them,
+// and a peer that is gone raises no signal.
+int connect_socket(const std::string &host, uint16_t port);
+int64_t receive(int socket, void *bytes, size_t count); // waits for a first byte; 0 at the end, -1 on failure
+bool send_all(int socket, const void *bytes, size_t count); // all of them, or false
+void close_socket(int socket);
 
 // --- process ---------------------------------------------------------------------
 
@@ -67,6 +81,24 @@ void reserve_standard_handles();
 // Runs a procedure when a closed pipe ends the program, which then ends as a
 // closed pipe ends it.
 void on_broken_pipe(void (*procedure)());
+// Runs a program and waits for its end: its exit code, 128 + n when signal n
+// ended it, -1 when it could not be started. The first word is the program, found
+// through PATH. It has the standard streams, and signals as this program was
+// started with them, but that a closed pipe ends it. While it runs, an interrupt
+// from the terminal is for it alone.
+int32_t run_program(const std::vector<std::string> &words);
+int32_t run_command(const std::string &command); // the same, by the shell
+
+// --- machine and user ----------------------------------------------------------
+
+std::string system_version(); // major.minor
+bool is_64_bit_machine();
+std::string computer_name();
+std::string user_name(); // empty when the user has none
+// The language code of the user's locale as it stands there, "de" of
+// "de_CH.UTF-8"; empty for the neutral locale.
+std::string language_code();
+bool random_bytes(void *bytes, size_t count);
 
 // --- time ----------------------------------------------------------------------
 
@@ -74,5 +106,8 @@ struct Calendar {
     int year, month, day, hour, minute, second;
 };
 Calendar local_time(int64_t seconds);
+// The seconds of a local time that is told in standard time, also in summer. The
+// fields may lie outside of their ranges; a year's must fit into 31 bits.
+int64_t seconds_of_standard_time(const Calendar &time);
 
 } // namespace qor::platform

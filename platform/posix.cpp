@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -12,7 +13,12 @@
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pwd.h>
+#include <spawn.h>
+#include <sys/random.h>
 #include <sys/stat.h>
+#include <sys/utsname.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace qor::platform {
@@ -70,6 +76,7 @@ void run_on_broken_pipe(int, siginfo_t *info, void *) {
 
 void *load_library(const std::string &name) {
     constexpr int FLAGS = RTLD_NOW | RTLD_LOCAL;
+    if (name.empty()) return nullptr; // the loader's name for the program itself
     if (void *library = dlopen(name.c_str(), FLAGS)) return library;
     // The run path of this library is meant to find what lies beside it. In a
     // sanitizer build another library makes the call, whose run path counts:
@@ -84,6 +91,11 @@ void *load_library(const std::string &name) {
 void *find_symbol(void *library, const char *name) { return dlsym(library, name); }
 
 bool unload_library(void *library) { return dlclose(library) == 0; }
+
+const void *library_of(const void *address) {
+    Dl_info info;
+    return dladdr(address, &info) ? info.dli_fbase : nullptr;
+}
 
 std::string library_error() {
     const char *text = dlerror();
@@ -219,6 +231,11 @@ std::string make_private_directory() {
     return "";
 }
 
+bool remove_directory(const std::string &path) {
+    if (holds_zero(path)) return failed(EINVAL, false);
+    return rmdir(path.c_str()) == 0 || noted(false);
+}
+
 bool remove_directory_tree(const std::string &path) {
     std::error_code error;
     std::filesystem::remove_all(path, error);
@@ -231,6 +248,11 @@ std::string current_directory() {
     std::string path = std::filesystem::current_path(error).string();
     saved_errno = error.value();
     return path;
+}
+
+bool change_directory(const std::string &path) {
+    if (holds_zero(path)) return failed(EINVAL, false);
+    return chdir(path.c_str()) == 0 || noted(false);
 }
 
 std::string executable_path() {
@@ -263,6 +285,125 @@ void on_broken_pipe(void (*procedure)()) {
     sigaction(SIGPIPE, &action, nullptr);
 }
 
+namespace {
+
+// How the program takes signals while a child runs, put back at the end. The
+// terminal's are ignored: they are the child's. The child's end must be kept for
+// waiting, also when the program was started with it ignored, and must not
+// be taken by a handler of the host.
+class Waiting_signals {
+  public:
+    Waiting_signals() {
+        struct sigaction ignore = {};
+        ignore.sa_handler = SIG_IGN;
+        sigaction(SIGINT, &ignore, &interrupt_);
+        sigaction(SIGQUIT, &ignore, &quit_);
+        sigaction(SIGCHLD, nullptr, &child_);
+        if (child_.sa_handler == SIG_IGN || (child_.sa_flags & SA_NOCLDWAIT)) signal(SIGCHLD, SIG_DFL);
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGCHLD);
+        pthread_sigmask(SIG_BLOCK, &blocked, &mask_);
+    }
+    ~Waiting_signals() {
+        sigaction(SIGINT, &interrupt_, nullptr);
+        sigaction(SIGQUIT, &quit_, nullptr);
+        sigaction(SIGCHLD, &child_, nullptr);
+        pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+    }
+    Waiting_signals(const Waiting_signals &) = delete;
+    Waiting_signals &operator=(const Waiting_signals &) = delete;
+
+    // What the child starts with: as the program did, but that a closed pipe ends
+    // it, whatever the host has made of that.
+    void give_to_child(posix_spawnattr_t *attributes) const {
+        sigset_t defaults;
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGPIPE);
+        if (interrupt_.sa_handler != SIG_IGN) sigaddset(&defaults, SIGINT);
+        if (quit_.sa_handler != SIG_IGN) sigaddset(&defaults, SIGQUIT);
+        posix_spawnattr_setsigdefault(attributes, &defaults);
+        posix_spawnattr_setsigmask(attributes, &mask_);
+        posix_spawnattr_setflags(attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    }
+
+  private:
+    struct sigaction interrupt_, quit_, child_;
+    sigset_t mask_;
+};
+
+} // namespace
+
+int32_t run_program(const std::vector<std::string> &words) {
+    if (words.empty()) return failed(ENOENT, -1);
+    std::vector<char *> arguments(words.size() + 1);
+    for (size_t i = 0; i < words.size(); ++i) arguments[i] = const_cast<char *>(words[i].c_str());
+    const Waiting_signals signals;
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    signals.give_to_child(&attributes);
+    pid_t child;
+    const int error = posix_spawnp(&child, arguments[0], nullptr, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    if (error != 0) return failed(error, -1);
+    int status;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return noted(-1);
+    }
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int32_t run_command(const std::string &command) { return run_program({"/bin/sh", "-c", "--", command}); }
+
+// --- machine and user ------------------------------------------------------------------
+
+std::string system_version() {
+    utsname names = {};
+    uname(&names);
+    unsigned major = 0, minor = 0;
+    std::sscanf(names.release, "%u.%u", &major, &minor);
+    return std::to_string(major) + "." + std::to_string(minor);
+}
+
+bool is_64_bit_machine() {
+    utsname names = {};
+    uname(&names);
+    return sizeof(void *) == 8 || std::strstr(names.machine, "64");
+}
+
+std::string computer_name() {
+    utsname names = {};
+    uname(&names);
+    return names.nodename;
+}
+
+std::string user_name() {
+    const passwd *user = getpwuid(geteuid());
+    return user ? user->pw_name : "";
+}
+
+std::string language_code() {
+    for (const char *variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const char *locale = std::getenv(variable);
+        if (!locale || !*locale) continue;
+        const std::string code(locale, std::strcspn(locale, "_.@"));
+        return code == "C" || code == "POSIX" ? "" : code;
+    }
+    return "";
+}
+
+bool random_bytes(void *bytes, size_t count) {
+    auto *next = static_cast<uint8_t *>(bytes);
+    while (count > 0) {
+        const ssize_t n = getrandom(next, count, 0);
+        if (n < 0 && errno != EINTR) return noted(false);
+        if (n <= 0) continue;
+        next += n;
+        count -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
 // --- time ------------------------------------------------------------------------------
 
 Calendar local_time(int64_t seconds) {
@@ -270,6 +411,23 @@ Calendar local_time(int64_t seconds) {
     tm fields = {};
     localtime_r(&time, &fields);
     return {fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec};
+}
+
+int64_t seconds_of_standard_time(const Calendar &time) {
+    tm fields = {};
+    fields.tm_year = time.year - 1900;
+    fields.tm_mon = time.month - 1;
+    fields.tm_mday = time.day;
+    fields.tm_hour = time.hour;
+    fields.tm_min = time.minute;
+    fields.tm_sec = time.second;
+    fields.tm_isdst = 0;
+    // A time that a zone left out or had twice when its offset changed is taken as
+    // the call before makes likely: a call for a fixed date makes it one.
+    tm fixed = {};
+    fixed.tm_year = 2037 - 1900;
+    mktime(&fixed);
+    return mktime(&fields);
 }
 
 } // namespace qor::platform

@@ -5,6 +5,7 @@
 #include "kernel/lifecycle.hpp"
 #include "object/class.hpp"
 #include "platform/platform.hpp"
+#include "qor/blob.h"
 #include "qor/msg.h"
 #include "qor/qorcpu.h"
 
@@ -235,6 +236,7 @@ Record *find_for_block(int32_t id) {
 }
 
 bool write(Record &r, const void *bytes, size_t count) {
+    if (count == 0) return true; // bytes may be null
     if (count > BUFFER_SIZE - r.next) {
         if (!flush(r)) return false;
         if (count >= BUFFER_SIZE) return write_through(r, bytes, count);
@@ -305,6 +307,20 @@ void method_create_binary() {
     QORCPU_PUSHB(created);
 }
 
+void method_write_blob() {
+    Object_var object;
+    QORCPU_POP_OBJ(&object);
+    int32_t id;
+    QORCPU_POPI(&id);
+    QOR_BLOB *blob = nullptr;
+    BTYP_read_blob_ref(object, &blob);
+    const uint8_t *bytes;
+    BLOB_READ_BYTES_REF(blob, &bytes);
+    uint32_t size;
+    BLOB_SIZE(blob, &size);
+    QORCPU_PUSHB(QORIO_WRITE_BINARY(id, bytes, size) == 0);
+}
+
 void method_close() {
     int32_t id;
     QORCPU_POPI(&id);
@@ -318,9 +334,11 @@ void method_close() {
 }
 
 // The counts and signature of CLOSE are those of CREATE_BINARY, though it takes
-// an id and leaves nothing: the help listing is kept as it is known.
+// an id and leaves nothing; WRITE_BLOB takes a blob and leaves a boolean. The
+// help listing is kept as it is known.
 constexpr Native_method METHODS[] = {
     {"CREATE_BINARY", method_create_binary, 1, 2, 'P', "[s file][i fileid,b status]"},
+    {"WRITE_BLOB", method_write_blob, 2, 0, 'P', "[i fileid,s line][]"},
     {"CLOSE", method_close, 1, 2, 'P', "[s file][i fileid,b status]"},
 };
 
@@ -421,6 +439,14 @@ bool qorio_close(int32_t *id, std::string *reason) {
     *reason = r->write_failure;
     *r = Record();
     return closed && reason->empty();
+}
+
+void qorio_make_names_absolute() {
+    const std::string directory = platform::current_directory();
+    if (directory.empty()) return;
+    for (Record &r : records) {
+        if (r.in_use && !r.name.starts_with(platform::SEPARATOR)) r.name.insert(0, directory + platform::SEPARATOR);
+    }
 }
 
 void qorio_init() {

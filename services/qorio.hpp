@@ -30,6 +30,10 @@ std::string qorio_read_failure(int32_t id);
 bool qorio_flush(int32_t id, std::string *reason);
 bool qorio_close(int32_t *id, std::string *reason);
 
+// To be called before the current directory changes: a parked file must be found
+// again under its name.
+void qorio_make_names_absolute();
+
 // Path expansion without a bound on the length.
 bool qorio_expand_path(std::string_view name, std::string *path);
 

@@ -2,7 +2,9 @@
 
 #include "kernel/exit.hpp"
 #include "kernel/lifecycle.hpp"
+#include "object/odb.hpp"
 #include "platform/platform.hpp"
+#include "qor/btyp.h"
 #include "services/qorio.hpp"
 #include "services/textfile_table.hpp"
 
@@ -164,6 +166,16 @@ bool textfile_is_written(int32_t file, std::string_view name) {
     return row.io_id >= 0 && row.mode == File_mode::WRITE && row.file_name == name;
 }
 
+bool textfile_get_position(int32_t file, uint64_t *position) {
+    return file >= 0 && file < MAX_OPEN_FILES && qorio_get_position(text_files[file].io_id, position);
+}
+
+bool textfile_set_position(int32_t file, uint64_t position) {
+    return file >= 0 && file < MAX_OPEN_FILES && qorio_set_position(text_files[file].io_id, position);
+}
+
+void textfile_show(int32_t file) { show_row(text_files[file]); }
+
 void TEXTFILE_OPEN_APPEND(int32_t *file, STRNG name, int32_t *status) {
     *status = textfile_open_or_abort(Open_kind::APPEND, "OPEN_APPEND", name, file);
 }
@@ -179,6 +191,8 @@ void textfile_terminate() {
     for (Text_file &file : text_files) {
         if (file.io_id >= 0) close_row(file);
     }
+    // A later start includes anew.
+    while (!BTYP_list_is_empty(textfile_include_list())) BTYP_remove_first(textfile_include_list());
 }
 
 } // namespace qor

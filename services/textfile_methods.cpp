@@ -143,6 +143,22 @@ void method_writeln() {
     TEXTFILE_WRITELN(&id, work);
 }
 
+void method_write_object() {
+    Object_var object;
+    QORCPU_POP_OBJ(&object);
+    const int32_t id = pop_int();
+    if (object) TEXTFILE_WRITE_OBJECT(&id, object);
+}
+
+void method_read_object() {
+    const int32_t id = pop_int();
+    Object_var object;
+    int32_t status;
+    TEXTFILE_READ_OBJECT(&id, &object, &status);
+    if (status) push_new(object);
+    QORCPU_PUSHB(status);
+}
+
 void method_set_pos() {
     Object_var object;
     QORCPU_POP_OBJ(&object);
@@ -247,6 +263,8 @@ constexpr Native_method METHODS[] = {
     {"READLN", method_readln, 1, 2, 'P', "[i fileid][s line,b status]"},
     {"WRITE", method_write, 2, 0, 'P', "[i fileid,s line][]"},
     {"WRITELN", method_writeln, 2, 0, 'P', "[i fileid,s line][]"},
+    {"WRITE_OBJECT", method_write_object, 2, 0, 'P', "[i fileid,o obj][]"},
+    {"READ_OBJECT", method_read_object, 1, 2, 'P', "[i fileid][o obj,b status]"},
     {"GET_FILES", method_get_files, 1, 1, 'P', "[s searchpattern][li namelist]"},
     {"IS_DIRECTORY", method_is_directory, 1, 1, 'P', "[s file][b status]"},
     {"GET_FILESIZE", method_get_filesize, 1, 1, 'P', "[s file][i size]"},

@@ -96,6 +96,12 @@ QOR_API void OBJ_display_object(QOR_OBJECT *object);
 QOR_API void OBJ_display_aps(QOR_OBJECT *object);
 QOR_API void OBJ_check_object(QOR_OBJECT *object);
 
+/* --- filing ------------------------------------------------------------------------- */
+
+/* Both do nothing: no value is ever filed in its place. */
+QOR_API void OBJ_file_object_value(QOR_OBJECT *object);
+QOR_API void OBJ_unfile_object_value(QOR_OBJECT *object);
+
 /* --- names ------------------------------------------------------------------------- */
 
 /* Resolves a dotted name from the root; on status 1 the variable receives a

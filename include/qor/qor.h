@@ -2,6 +2,8 @@
 #ifndef QOR_QOR_H
 #define QOR_QOR_H
 
+#include "qor/array.h"
+#include "qor/blob.h"
 #include "qor/btyp.h"
 #include "qor/class.h"
 #include "qor/conv.h"
@@ -16,6 +18,7 @@
 #include "qor/qorproc.h"
 #include "qor/storage.h"
 #include "qor/strng.h"
+#include "qor/table.h"
 #include "qor/textfile.h"
 #include "qor/types.h"
 

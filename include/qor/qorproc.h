@@ -26,6 +26,13 @@ QOR_API void QORPROC_TERMINATE(void);
 QOR_API void QORPROC_SET_MAIN_WINDOW(uint64_t window);
 QOR_API uint64_t QORPROC_GET_MAIN_WINDOW(uint64_t *window);
 
+/* Loads plug-ins: a comma-separated list of NAME or NAME=ENTRY. NAME.so, the name
+ * in upper case, is looked for in the user's and the system's bin directory and
+ * beside the kernel; then its ENTRY_INIT is called with QORLIB_GET_MAINLIB. A
+ * plug-in that is loaded already is passed over. QORPROC_TERMINATE calls
+ * ENTRY_TERMINATE. Failures are reported as errors. */
+QOR_API void QORPROC_LOAD_PLUGINS(const char *list);
+
 /* The counting methods of class QOR, for hosts and plug-ins. */
 QOR_API void QORPROC_COUNT_INPUT_OBJECT(void);
 QOR_API void QORPROC_COUNT_OUTPUT_OBJECT(void);

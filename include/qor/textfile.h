@@ -23,6 +23,10 @@ QOR_API void TEXTFILE_GET_POS(const int32_t *file, uint32_t *position, int32_t *
 QOR_API void TEXTFILE_SET_POS(const int32_t *file, uint32_t position, int32_t *status);
 /* Copies the lines of the named file into an open one. */
 QOR_API void TEXTFILE_INSERT(STRNG name, const int32_t *file, int32_t *status);
+/* An object in the stream form, and the next object of such a file; status 0 at
+ * the end. */
+QOR_API void TEXTFILE_WRITE_OBJECT(const int32_t *file, QOR_OBJECT *object);
+QOR_API void TEXTFILE_READ_OBJECT(const int32_t *file, QOR_OBJECT **variable, int32_t *status);
 /* The name the file was opened by and the lines read so far. */
 QOR_API void TEXTFILE_GET_NAME(const int32_t *file, STRNG *name, uint32_t *lines);
 /* The next line of a script: follows |INCL into the named file and returns to

@@ -1,11 +1,11 @@
-// Lists.
+// Lists, and reading them and the rows of multi-value tables.
 #include "machine/methods/texts.hpp"
 
 namespace qor {
 
 namespace {
 
-bool is_list(const QOR_OBJECT *object) { return object && type_of(object) == TYPE_LIST; }
+bool is_of_type(const QOR_OBJECT *object, Type type) { return object && type_of(object) == type; }
 
 void create_list() {
     Object_var list;
@@ -39,8 +39,10 @@ void insert_list_after() {
 
 void reset_read() {
     const Object_var object = pop_object();
-    if (is_list(object)) {
+    if (is_of_type(object, TYPE_LIST)) {
         BTYP_reset_read_list(object);
+    } else if (is_of_type(object, TYPE_MVTAB)) {
+        BTYP_reset_mvtab(object, Popped_text());
     } else {
         qormeth_abort("RESET_READ", "RESET_READ: invalid type\n");
     }
@@ -48,13 +50,16 @@ void reset_read() {
 
 void read_next() {
     const Object_var object = pop_object();
-    if (!is_list(object)) {
+    Object_var element;
+    int32_t found;
+    if (is_of_type(object, TYPE_LIST)) {
+        BTYP_read_next_listobj_ref(object, &element, &found);
+    } else if (is_of_type(object, TYPE_MVTAB)) {
+        BTYP_read_next_mvtab(object, &element, &found);
+    } else {
         qormeth_abort("READ_NEXT", "READ_NEXT: invalid type\n");
         return;
     }
-    Object_var element;
-    int32_t found;
-    BTYP_read_next_listobj_ref(object, &element, &found);
     if (found) qorcpu_push_owned(std::move(element));
     qorcpu_push_boolean(found);
 }

@@ -29,6 +29,17 @@ void register_display();
 void register_object_methods();
 void register_map_methods();
 void register_list_methods();
+void register_array_methods();
+void register_table_methods();
+void register_link_methods();
+void register_stream_methods();
 void register_counters();
+void register_plugin_methods();
+void register_system_methods();
+void register_script_methods();
+void register_upload_methods();
+
+// Forgets the scripts that are still to be run.
+void forget_next_scripts();
 
 } // namespace qor

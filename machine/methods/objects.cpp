@@ -1,5 +1,6 @@
 // Objects without regard to their type: stack shaping, NULL tests, references,
 // names resolved and methods called at run time.
+#include "container/dblink.hpp"
 #include "machine/methods/texts.hpp"
 #include "object/map_access.hpp"
 #include "qor/geom.h"
@@ -97,11 +98,22 @@ bool pop_name(Strng &name) {
     return true;
 }
 
+// A database link whose row can not be read is told, and stands for nothing.
+bool is_bad_dblink(QOR_OBJECT *object) {
+    if (type_of(object) != TYPE_DBLINK || dblink_is_valid(object)) return false;
+    Strng text("invalid dblink ");
+    Work_text value;
+    text.append(rendered(object, *value));
+    MSG_SET_PROC_C(qormeth_msg, "EXISTS");
+    MSG_DISPLAY_ERROR_S(qormeth_msg, text);
+    return true;
+}
+
 void exists() {
     Work_text name;
     if (!pop_name(*name)) return;
-    const bool found = object_by_name(name->text()).get() != nullptr;
-    qorcpu_push_boolean(found);
+    const Object_var object = object_by_name(name->text());
+    qorcpu_push_boolean(object && !is_bad_dblink(object));
 }
 
 // Pops the key and the object. The entry is left nil on a miss. False when an

@@ -42,8 +42,8 @@ void qormeth_abort(const char *method, const char *prefix, STRNG value, const ch
 }
 
 void qormeth_init() {
+    if (!qormeth_msg) MSG_CREATE_C(&qormeth_msg, "QORMETH", 0);
     if (!first_time(initialized)) return;
-    MSG_CREATE_C(&qormeth_msg, "QORMETH", 0);
     register_operators();
     register_conversions();
     register_numbers();
@@ -53,7 +53,15 @@ void qormeth_init() {
     register_object_methods();
     register_map_methods();
     register_list_methods();
+    register_array_methods();
+    register_table_methods();
+    register_link_methods();
+    register_stream_methods();
     register_counters();
+    register_plugin_methods();
+    register_system_methods();
+    register_script_methods();
+    register_upload_methods();
 
     QOR_MAP *in;
     int32_t found;
@@ -61,6 +69,9 @@ void qormeth_init() {
     if (!found) qormeth_abort("INIT", "internal error: IN map is not defined");
 }
 
-void qormeth_terminate() { MSG_REMOVE(&qormeth_msg); }
+void qormeth_terminate() {
+    MSG_REMOVE(&qormeth_msg);
+    forget_next_scripts();
+}
 
 } // namespace qor

@@ -85,6 +85,46 @@ inline std::string_view rendered(QOR_OBJECT *o, Strng &work) {
     return work.text();
 }
 
+// A text argument, taken off the stack together with its object: what the
+// method does next may show messages, which use the stack.
+class Popped_text {
+  public:
+    Popped_text() {
+        if (!texts_on_top(1)) return;
+        slot_ = stack_slot(0);
+        QORCPU_POP_OBJ(&object_);
+        text_ = borrow(text_of(object_));
+    }
+    operator STRNG() const { return text_; }
+    // Leaves the string in its empty slot, so that the next text pushed there
+    // refills it. For the end of a method, before it pushes anything.
+    void recycle() {
+        if (slot_ && !*slot_ && is_unshared(object_)) *slot_ = object_.release();
+    }
+
+  private:
+    Object_var object_;
+    QOR_OBJECT **slot_ = nullptr;
+    STRNG text_{0, 0, nullptr};
+};
+
+// The map of an object, borrowed. Aborts on another type and on NULL; should
+// the abort return, the result is null and the method returns too.
+inline QOR_MAP *map_in(QOR_OBJECT *object) {
+    if (has_value(object, TYPE_MAP)) [[likely]]
+        return map_of(object);
+    QOR_MAP *map;
+    BTYP_read_map_ref(object, &map); // aborts
+    return nullptr;
+}
+
+// Pushes a new map object that adopts the map.
+inline void push_new_map(QOR_MAP *map) {
+    Object_var object;
+    BTYP_create_map_ref(&object, map);
+    qorcpu_push_owned(std::move(object));
+}
+
 // The digits of an int, in a buffer of the caller's.
 using Int_digits = char[16];
 std::string_view int_text(int32_t value, Int_digits &digits);

@@ -1,5 +1,5 @@
 #!/bin/sh
-# bridge_test.sh QOR LIBQOR INCOMPLETE_MODULE: runs the host in a tree of its
+# bridge_test.sh QOR LIBQOR INCOMPLETE_GEOM GEOM INCOMPLETE_CODEC: runs the host in a tree of its
 # own, where it finds what the test puts beside the kernel.
 tree=$(mktemp -d) || exit 1
 trap 'rm -rf "$tree"' EXIT
@@ -35,5 +35,20 @@ unable to load proc GEOM_TERMINATE from library geom.so
 unable to load geom.so
 END
 expect "an incomplete module"
+
+cp "$4" "$tree/lib/geom.so"
+cat >"$tree/expected" <<'END'
+GetLastError:
+unable to load codec.so
+END
+expect "no codec module"
+
+cp "$5" "$tree/lib/codec.so"
+cat >"$tree/expected" <<'END'
+unable to load proc CODEC_BASE64_ENCODE from library codec.so
+unable to load proc CODEC_TERMINATE from library codec.so
+unable to load codec.so
+END
+expect "an incomplete codec module"
 
 exit $result

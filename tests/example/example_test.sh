@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
 cd "$2/examples/atlas"
-awk -v files_out="$work/lines" -f "$tests/report.awk" data/cities_*.csv data/earthquakes.csv > "$work/counted.txt"
+awk -v files_out="$work/lines" -v shares_out="$work/shares" -f "$tests/report.awk" data/cities_*.csv data/earthquakes.csv > "$work/counted.txt"
 diff -u expected.txt "$work/counted.txt"
 
 mkdir "$work/results"
@@ -25,6 +25,22 @@ while read -r name lines; do
     fi
 done < "$work/lines"
 grep -q '^   27000 objects processed$' "$work/out"
+
+# The second script works on what the first one saved.
+"$qor" -cgi -script shares.qor -results "$work/results" > "$work/out"
+diff -u "$work/shares" "$work/out"
+if "$qor" -cgi -script shares.qor -results "$work" > "$work/out"; then
+    echo "a missing summary was not reported"
+    exit 1
+fi
+
+# All places as a stream of objects, there and back.
+"$qor" -cgi -script "$tests/roundtrip.qor" -results "$work/results" > "$work/out"
+if ! grep -q '^25567 written, 25567 read$' "$work/out"; then
+    tail -n 5 "$work/out"
+    exit 1
+fi
+cmp "$work/results/first.stream" "$work/results/second.stream"
 
 # A folder that is not there is an error with a reason, not a silent run.
 if "$qor" -cgi -script atlas.qor -results "$work/nowhere" > "$work/out"; then

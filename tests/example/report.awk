@@ -69,7 +69,13 @@ quake {
     strong[++strongs] = sprintf("   %s%6s  %-42s%5d km from %s", substr($1, 1, 10), text, rest(6), int(best + 0.5), near)
 }
 
+function bar(length_wanted,    stars) {
+    while (length_wanted-- >= 0.5) stars = stars "*"
+    return stars
+}
+
 END {
+    print "continent            places people" > shares_out
     ruler()
     print grouped(places) " places in " files " files, " grouped(quakes) " earthquakes and blasts"
     ruler()
@@ -77,6 +83,8 @@ END {
     for (i = 1; i <= 7; i++) {
         c = order[i]
         printf "%-20s%8s%14.1f  %s\n", title[c], grouped(count[c]), people[c] / 1000000, largest_name[c]
+        printf "%-20s%7s%7s  %s\n", title[c], sprintf("%.1f%%", 100 * count[c] / all),
+            sprintf("%.1f%%", 100 * people[c] / everyone), bar(50 * people[c] / everyone) > shares_out
     }
     printf "%-20s%8s%14.1f\n", "world", grouped(all), everyone / 1000000
     ruler()
@@ -85,6 +93,7 @@ END {
     for (i = 1; i <= 3; i++) printf "   %-17s%8s\n", order[i], grouped(shakes[order[i]])
     print "strong ones, their magnitude and the nearest place of a million"
     for (i = 1; i <= strongs; i++) print strong[i]
+    print strongs " strong earthquakes, the first one:\n" strong[1] > shares_out
     ruler()
     print "lines written"
     split("capitals.csv millions.csv europe.csv quakes.csv blasts.csv", order, " ")
