@@ -70,16 +70,6 @@ QOR_ARRAY *array_copy(QOR_ARRAY *source) {
     return copy.release();
 }
 
-void array_check(QOR_ARRAY *array) {
-    const Nesting level;
-    // A report may run script code that changes the array.
-    std::vector<Object_var> elements;
-    for (uint32_t i = 0; i < size_of(array); ++i) {
-        if (slots_of(array)[i]) elements.push_back(Object_var::share(slots_of(array)[i]));
-    }
-    for (const Object_var &element : elements) OBJ_check_object(element);
-}
-
 // A leading sign is skipped and has no effect, so that "-1" reads as 1, and
 // what is no number as 0: kept, since it is the reader of all counts.
 uint32_t index_of(STRNG key) {
@@ -105,12 +95,11 @@ void slot_insert(void *value, STRNG key, QOR_OBJECT *object, int32_t *status) {
     *status = 1;
     ARRAY_WRITE_OBJECT_REF(value_at<QOR_ARRAY *>(value), index_of(key), object);
 }
-void slot_check(const void *value) { array_check(value_at<QOR_ARRAY *>(value)); }
 
 } // namespace
 
-const Value_slots ARRAY_SLOTS{"array",     handle_init,  slot_remove, move_64,     slot_copy,
-                              slot_tochar, slot_display, slot_index,  slot_insert, slot_check};
+const Value_slots ARRAY_SLOTS{"array",     handle_init,  slot_remove, move_64,    slot_copy,
+                              slot_tochar, slot_display, slot_index,  slot_insert};
 
 } // namespace qor
 

@@ -289,16 +289,6 @@ void list_display(QOR_LIST *list) {
     MESSAGE_DISPLAY1_C("END_LIST\n");
 }
 
-void list_check(QOR_LIST *list) {
-    if (!is_list(list)) return;
-    const Nesting level;
-    // A report may run script code that changes the list.
-    std::vector<Object_var> elements;
-    for (const QOR_LIST_NODE *node = list->first; node; node = node->next)
-        elements.push_back(Object_var::share(node->obj));
-    for (const Object_var &element : elements) OBJ_check_object(element);
-}
-
 void LIST_READ_FIRST(QOR_LIST *list, QOR_OBJECT **variable, int32_t *status) {
     *status = 0;
     if (!is_list(list) || !list->first) return;
@@ -346,7 +336,6 @@ void slot_display(const void *value) { list_display(value_at<QOR_LIST *>(value))
 void slot_index(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) {
     list_index(value_at<QOR_LIST *>(value), key, variable, status);
 }
-void slot_check(const void *value) { list_check(value_at<QOR_LIST *>(value)); }
 
 } // namespace
 
@@ -354,8 +343,8 @@ const QOR_LIST_NODE *list_first(const QOR_LIST *list) { return list ? list->firs
 const QOR_LIST_NODE *list_next(const QOR_LIST_NODE *node) { return node->next; }
 QOR_OBJECT *list_object(const QOR_LIST_NODE *node) { return node->obj; }
 
-const Value_slots LIST_SLOTS{"list",      handle_init,  slot_remove, move_64, slot_copy,
-                             slot_tochar, slot_display, slot_index,  nullptr, slot_check};
+const Value_slots LIST_SLOTS{"list",    handle_init, slot_remove,  move_64,
+                             slot_copy, slot_tochar, slot_display, slot_index};
 
 } // namespace qor
 

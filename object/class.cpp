@@ -53,11 +53,18 @@ QOR_METHOD *new_method(STRNG class_name, STRNG name, STRNG signature) {
 QOR_METHOD *&method_at(void *value) { return *static_cast<QOR_METHOD **>(value); }
 QOR_METHOD *method_at(const void *value) { return *static_cast<QOR_METHOD *const *>(value); }
 
-void method_initvalue(void *value) { method_at(value) = nullptr; }
+// What a method that is NULL leads to: nothing is run.
+QOR_METHOD no_method = [] {
+    QOR_METHOD m{};
+    m.kind = METHOD_MODEL;
+    return m;
+}();
+
+void method_initvalue(void *value) { method_at(value) = &no_method; }
 
 void method_removevalue(void *value) {
-    if (method_at(value)) free_method(method_at(value));
-    method_at(value) = nullptr;
+    if (method_at(value) != &no_method) free_method(method_at(value));
+    method_at(value) = &no_method;
 }
 
 void method_copyvalue(const void *source, void *target) {

@@ -69,7 +69,7 @@ std::string last_error();
 // Blocking TCP connections over IPv4; -1 is none. Children do not inherit them,
 // and a peer that is gone raises no signal.
 int connect_socket(const std::string &host, uint16_t port);
-int64_t receive(int socket, void *bytes, size_t count); // waits for a first byte; 0 at the end, -1 on failure
+int64_t receive(int socket, void *bytes, size_t count);     // waits for a first byte; 0 at the end, -1 on failure
 bool send_all(int socket, const void *bytes, size_t count); // all of them, or false
 void close_socket(int socket);
 

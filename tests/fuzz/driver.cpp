@@ -180,7 +180,8 @@ QOR_API void __sanitizer_cov_trace_pc_guard_init(uint32_t *begin, uint32_t *end)
     for (; begin != end; ++begin) *begin = ++count;
 }
 QOR_API const char *__asan_default_options() {
-    return "detect_leaks=0:exitcode=99:max_allocation_size_mb=512:quarantine_size_mb=8";
+    // An array that a script asks for may be too large: the kernel is told so.
+    return "detect_leaks=0:exitcode=99:max_allocation_size_mb=512:allocator_may_return_null=1:quarantine_size_mb=8";
 }
 QOR_API const char *__ubsan_default_options() { return "print_stacktrace=1"; }
 }
