@@ -43,6 +43,42 @@ TASKS = [
     ("stream_pickle", "the same (Python: pickle)"),
 ]
 
+# Containers of a million: what each program fills, the name of one element, and what it can do with it then, which its
+# argument names, with what it prints. The languages that have a program for one are those with containers to compare.
+MILLION = 1_000_000
+ALL_NUMBERS = "%d\n" % (sum(range(MILLION)) % MODULUS)
+TEN_TIMES = "%d\n" % (10 * sum(range(MILLION)) % MODULUS)
+CONTAINERS = [
+    ("keys", "map, keys K and a number", "key", [
+        ("FILL", "fill", "7\n"),
+        ("FIND", "look up all, in another order", ALL_NUMBERS),
+        ("SCAN", "read all in order, ten times",
+         "%d\n" % (10 * sum(i + len("K%d" % i) for i in range(MILLION)) % MODULUS)),
+        ("SORT", "sort by key", "0 1 10\n"),
+        ("REMOVE", "remove one by one, in the order of insertion", "TRUE\n"),
+        ("REMOVE_MIXED", "remove one by one, in another order", "TRUE\n"),
+        ("REFILL", "empty it and fill it again", "7\n"),
+    ]),
+    ("places", "map, keys a place and a number", "key", [
+        ("FILL", "fill", "7\n"),
+        ("FIND", "look up all, in another order", ALL_NUMBERS),
+        ("REMOVE_MIXED", "remove one by one, in another order", "TRUE\n"),
+    ]),
+    ("elements", "list of numbers", "element", [
+        ("FILL", "append", "999999\n"),
+        ("READ", "read all, ten times", TEN_TIMES),
+        ("BY_NUMBER", "read all by number, ten times", TEN_TIMES),
+        ("QUEUE", "append one and remove the first, 10,000,000 times", "1000000 9000000\n"),
+        ("REMOVE", "remove the first until none is left", "0\n"),
+        ("PREPEND", "prepend to another", "999999\n"),
+    ]),
+    ("records", "table of records of four fields", "record", [
+        ("FILL", "write", "7 name7 north 3.5\n"),
+        ("FIND", "read all by key, in another order", ALL_NUMBERS),
+        ("SCAN", "read all in order", ALL_NUMBERS),
+    ]),
+]
+
 
 class Work:
     """The input file and what the programs must print and write for it."""
@@ -132,7 +168,7 @@ def main():
     parser.add_argument("tasks", nargs="*", help="tasks to run, all when none is named; memory is one of them")
     parser.add_argument("--rounds", type=int, default=3)
     options = parser.parse_intermixed_args()
-    names = [name for name, _ in TASKS] + ["memory"]
+    names = [name for name, _ in TASKS] + ["memory"] + [container[0] for container in CONTAINERS]
     for task in options.tasks:
         if task not in names:
             parser.error("unknown task %s, there are %s" % (task, ", ".join(names)))
@@ -148,28 +184,81 @@ def main():
 
     with tempfile.TemporaryDirectory(prefix="qor-bench-") as folder:
         work = Work(folder)
-        print("| CPU seconds (ratio to Python) | %s |" % " | ".join(("%s %s" % (l[0], l[3])).strip() for l in languages))
-        print("|---|%s" % ("---|" * len(languages)))
+        if any(task in wanted for task, _ in TASKS):
+            print_head("CPU seconds (ratio to Python)", languages)
         for task, title in TASKS:
             if task in wanted:
-                print("| %s | %s |" % (title, " | ".join(measure(work, task, languages, options.rounds))), flush=True)
+                print("| %s | %s |" % (title, measure(work, task, languages, options.rounds)), flush=True)
         if "memory" in wanted:
             memory(work, languages[0][1])
+        containers(work.folder, wanted, languages, options.rounds)
+
+
+def print_head(title, languages):
+    print("| %s | %s |" % (title, " | ".join(("%s %s" % (l[0], l[3])).strip() for l in languages)))
+    print("|---|%s" % ("---|" * len(languages)))
+
+
+def cells(values, languages, form):
+    """The cells of a row from a figure for each language, with its ratio to Python's."""
+    base = values.get("Python")
+    return " | ".join((form + " (%.2f)") % (values[l[0]], values[l[0]] / base) if l[0] in values and base
+                      else form % values[l[0]] if l[0] in values else "" for l in languages)
 
 
 def measure(work, task, languages, rounds):
     """The cells of a row: the median of each language."""
-    runners = [l for l in languages if os.path.exists(os.path.join(PROGRAMS, "%s.%s" % (task, l[2])))]
+    runners = runners_of(task, languages)
     seconds = {l[0]: [] for l in runners}
     for _ in range(rounds):
         for who, program, ending, _ in runners:
             taken, printed = run(command(program, ending, task, work.input, work.out), work.folder, work.out)
             work.check(task, who, printed)
             seconds[who].append(taken)
-    medians = {who: statistics.median(taken) for who, taken in seconds.items()}
-    base = medians.get("Python")
-    return [("%.2f (%.2f)" % (medians[l[0]], medians[l[0]] / base) if base else "%.2f" % medians[l[0]])
-            if l[0] in medians else "" for l in languages]
+    return cells({who: statistics.median(taken) for who, taken in seconds.items()}, languages, "%.2f")
+
+
+def runners_of(task, languages):
+    return [l for l in languages if os.path.exists(os.path.join(PROGRAMS, "%s.%s" % (task, l[2])))]
+
+
+def containers(folder, wanted, languages, rounds):
+    """The tables of the containers. Filling is measured with the start of the program; every other step by a program that
+    fills first, less the filling. The difference of two figures needs those that were disturbed least."""
+    for name, title, element, steps in CONTAINERS:
+        if name not in wanted:
+            continue
+        runners = runners_of(name, languages)
+        seconds = {(step[0], l[0]): [] for step in steps for l in runners}
+        for _ in range(rounds):
+            for who, program, ending, _ in runners:
+                for step, _, expected in steps:
+                    taken, printed = run(filling(program, ending, name, step), folder, folder)
+                    if printed != expected:
+                        sys.exit("bench: %s %s of %s printed %s" % (name, step, who, printed[:500]))
+                    seconds[step, who].append(taken)
+        print()
+        print_head("1,000,000: " + title + ", CPU seconds", runners)
+        for step, what, _ in steps:
+            best = {l[0]: min(seconds[step, l[0]]) - (min(seconds["FILL", l[0]]) if step != "FILL" else 0)
+                    for l in runners}
+            print("| %s | %s |" % (what, cells(best, runners, "%.2f")))
+        sizes = {l[0]: bytes_each(folder, l, name) for l in runners}
+        print("| bytes for each %s | %s |" % (element, cells(sizes, runners, "%.0f")), flush=True)
+
+
+def filling(program, ending, name, step):
+    path = os.path.join(PROGRAMS, "%s.%s" % (name, ending))
+    return [program, "-cgi", "-script", path, "-do", step] if ending == "qor" else [program, path, step]
+
+
+def bytes_each(folder, language, name):
+    """What an element takes: the peak memory of filling, less that of a program without containers."""
+    _, program, ending, _ = language
+    filled, empty = [0], [0]
+    run(filling(program, ending, name, "FILL"), folder, folder, peak_watcher(filled))
+    run(command(program, ending, "fib", "", ""), folder, folder, peak_watcher(empty))
+    return (filled[0] - empty[0]) * 1024 / MILLION
 
 
 def peak_watcher(peak):
@@ -187,10 +276,8 @@ def peak_watcher(peak):
 
 def started(pid):
     """Whether the child already runs its program and is not a copy of this one any more."""
-    try:
-        return os.readlink("/proc/%d/exe" % pid) != os.readlink("/proc/self/exe")
-    except OSError:
-        return False
+    with open("/proc/%d/cmdline" % pid, "rb") as child, open("/proc/self/cmdline", "rb") as own:
+        return child.read() not in (b"", own.read())
 
 
 def memory(work, qor):

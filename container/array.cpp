@@ -43,15 +43,7 @@ QOR_OBJECT *object_in(QOR_OBJECT **slot) {
 // What the slot held is released last, when the array is whole again.
 void store(QOR_OBJECT **slot, Object_var &&object) { std::swap(*slot, *&object); }
 
-// The array of an object, borrowed. Aborts on another type and on NULL; should
-// the abort return, the result is null.
-QOR_ARRAY *array_of(QOR_OBJECT *object) {
-    if (object && (object->flags & 0x7f) == (OBJ_DEFINED | TYPE_ARRAY)) [[likely]]
-        return static_cast<QOR_ARRAY *>(object->handle);
-    QOR_ARRAY *array = nullptr;
-    OBJ_get_object_value_ref_tcheck(object, TYPE_ARRAY, &array); // aborts
-    return nullptr;
-}
+QOR_ARRAY *array_of(QOR_OBJECT *object) { return handle_of<QOR_ARRAY>(object, TYPE_ARRAY); }
 
 struct Array_remover {
     void operator()(QOR_ARRAY *array) const { ARRAY_REMOVE(&array); }

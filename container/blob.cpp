@@ -122,9 +122,9 @@ void slot_tochar(const void *, int16_t *length, char *buffer) { put_tochar("BLOB
 void slot_display(const void *value) { BLOB_DISPLAY(value_at<QOR_BLOB *>(value)); }
 
 // The blob of an object, borrowed; null for NULL.
-QOR_BLOB *handle_of(QOR_OBJECT *object) {
-    OBJ_assert_type(object, TYPE_BLOB);
-    return is_defined(object) ? static_cast<QOR_BLOB *>(object->handle) : nullptr;
+QOR_BLOB *blob_or_null(QOR_OBJECT *object) {
+    if (object && type_of(object) == TYPE_BLOB && !is_defined(object)) return nullptr;
+    return handle_of<QOR_BLOB>(object, TYPE_BLOB);
 }
 
 } // namespace
@@ -286,5 +286,5 @@ void BTYP_read_blob(QOR_OBJECT *object, QOR_BLOB **blob) { OBJ_get_object_value_
 void BTYP_read_blob_ref(QOR_OBJECT *object, QOR_BLOB **blob) {
     OBJ_get_object_value_ref_tcheck(object, TYPE_BLOB, blob);
 }
-void BTYP_size_blob(QOR_OBJECT *object, uint32_t *size) { BLOB_SIZE(handle_of(object), size); }
-void BTYP_display_blob(QOR_OBJECT *object) { BLOB_DISPLAY(handle_of(object)); }
+void BTYP_size_blob(QOR_OBJECT *object, uint32_t *size) { BLOB_SIZE(blob_or_null(object), size); }
+void BTYP_display_blob(QOR_OBJECT *object) { BLOB_DISPLAY(blob_or_null(object)); }

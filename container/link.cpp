@@ -69,12 +69,7 @@ bool BTYP_link_resolve(Link *link) {
     return link->target.get() != nullptr;
 }
 
-// The link of an object, borrowed; null when an abort returned.
-Link *link_of(QOR_OBJECT *object) {
-    Link *link = nullptr;
-    OBJ_get_object_value_ref_tcheck(object, TYPE_LINK, &link);
-    return link;
-}
+Link *link_of(QOR_OBJECT *object) { return handle_of<Link>(object, TYPE_LINK); }
 
 std::string shown(const Link *link) {
     std::string text(c_text(link->type.text()));

@@ -55,15 +55,7 @@ bool is_list(const QOR_LIST *list) {
     return false;
 }
 
-// The list of an object, borrowed. Aborts on another type and on NULL; should
-// the abort return, the result is null.
-QOR_LIST *list_of(QOR_OBJECT *object) {
-    if (object && (object->flags & 0x7f) == (OBJ_DEFINED | TYPE_LIST)) [[likely]]
-        return static_cast<QOR_LIST *>(object->handle);
-    QOR_LIST *list;
-    OBJ_get_object_value_ref_tcheck(object, TYPE_LIST, &list); // aborts
-    return nullptr;
-}
+QOR_LIST *list_of(QOR_OBJECT *object) { return handle_of<QOR_LIST>(object, TYPE_LIST); }
 
 void refill_nodes() {
     auto *nodes = static_cast<QOR_LIST_NODE *>(storage_allocate(NODES_PER_BLOCK * sizeof(QOR_LIST_NODE)));
@@ -417,6 +409,9 @@ void BTYP_pop_first(QOR_OBJECT *object, QOR_OBJECT **variable, int32_t *status) 
     *status = 0;
     if (!is_list(list)) return;
     reset_read(list);
-    read_next(list, variable, status);
-    if (*status) remove_first(list);
+    if (!list->first) return;
+    // The variable may hold what holds the list.
+    QOR_OBJECT *owned = unlink(list, list->first);
+    OBJ_move_object_ref(&owned, variable);
+    *status = 1;
 }

@@ -538,5 +538,9 @@ void MAP_DISPLAY(QOR_MAP *map) {
 
 void MAP_CHECK_MAP(QOR_MAP *map) {
     if (!map) return;
-    for (const Map_node *node = map->first; node; node = node->next) OBJ_check_object(node->object);
+    // Gathered first: what the check of a geometry shows may run script code that
+    // changes the map or lets it go.
+    std::vector<Object_var> entries;
+    for (const Map_node *node = map->first; node; node = node->next) entries.push_back(Object_var::share(node->object));
+    for (const Object_var &entry : entries) OBJ_check_object(entry);
 }

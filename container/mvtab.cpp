@@ -18,12 +18,7 @@ namespace qor {
 
 namespace {
 
-// The table of an object, borrowed; null when an abort returned.
-QOR_MVTAB *mvtab_of(QOR_OBJECT *object) {
-    QOR_MVTAB *table = nullptr;
-    OBJ_get_object_value_ref_tcheck(object, TYPE_MVTAB, &table);
-    return table;
-}
+QOR_MVTAB *mvtab_of(QOR_OBJECT *object) { return handle_of<QOR_MVTAB>(object, TYPE_MVTAB); }
 
 // Adopts the fields.
 void create(QOR_OBJECT **variable, QOR_ARRAY *fields) {
@@ -33,12 +28,10 @@ void create(QOR_OBJECT **variable, QOR_ARRAY *fields) {
     create_adopting(variable, TYPE_MVTAB, table);
 }
 
-// The list that stands under a key itself, be it the default's. The default
-// answers reads; a record of another key is not added to it.
+// The list that stands under a key itself. The default answers reads; a record
+// of another key is not added to it.
 QOR_OBJECT *own_list(QOR_MAP *rows, STRNG key) {
-    constexpr std::string_view DEFAULT_KEY = "DEFAULT";
-    QOR_OBJECT *list = map_find(rows, key);
-    return list && view(key) != DEFAULT_KEY && list == map_find(rows, borrow(DEFAULT_KEY)) ? nullptr : list;
+    return view(key) == "DEFAULT" || MAP_TEST_KEY(rows, key) ? map_find(rows, key) : nullptr;
 }
 
 void report_missing_field(QOR_OBJECT *field, QOR_MAP *map) {

@@ -20,12 +20,7 @@ bool is_table(const QOR_TABLE *table, const char *operation) {
     return false;
 }
 
-// The table of an object, borrowed; null when an abort returned.
-QOR_TABLE *table_of(QOR_OBJECT *object) {
-    QOR_TABLE *table = nullptr;
-    OBJ_get_object_value_ref_tcheck(object, TYPE_TABLE, &table);
-    return table;
-}
+QOR_TABLE *table_of(QOR_OBJECT *object) { return handle_of<QOR_TABLE>(object, TYPE_TABLE); }
 
 // The name of a field, which the variable holds. A table that was read from a
 // stream may have any object there: what is no text aborts.

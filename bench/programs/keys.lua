@@ -22,8 +22,10 @@ elseif task == "FIND" then
   print(sum)
 elseif task == "SCAN" then
   local sum = 0
-  for key, value in pairs(keys) do
-    sum = (sum + value + #key) % 1000003
+  for _ = 1, 10 do
+    for key, value in pairs(keys) do
+      sum = (sum + value + #key) % 1000003
+    end
   end
   print(sum)
 elseif task == "SORT" then

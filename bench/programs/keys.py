@@ -21,8 +21,9 @@ def main():
         print(sum)
     elif task == "SCAN":
         sum = 0
-        for key, value in keys.items():
-            sum = (sum + value + len(key)) % 1000003
+        for _ in range(10):
+            for key, value in keys.items():
+                sum = (sum + value + len(key)) % 1000003
         print(sum)
     elif task == "SORT":
         keys = dict(sorted(keys.items()))

@@ -2,7 +2,8 @@
  *
  * Values have the byte order of the machine. A read result is 1, or 0 when the
  * index is not below the size; what a value lacks at the end reads as zero
- * bytes. Writes append and never move the read index. */
+ * bytes. Writes append and never move the read index. A nil blob reads as an
+ * empty one; appending to it aborts with "blob is QOR_NIL". */
 #ifndef QOR_BLOB_H
 #define QOR_BLOB_H
 
@@ -11,12 +12,14 @@
 QOR_BEGIN_C
 
 QOR_API void BLOB_INITIALIZE(QOR_BLOB **variable); /* stores nil */
+/* A new blob with a copy of the bytes, the caller's until an object adopts it.
+ * What the variable held is not removed, here and in BLOB_COPY. */
 QOR_API void BLOB_CREATE(QOR_BLOB **variable, const uint8_t *bytes, uint32_t size);
-QOR_API void BLOB_REMOVE(QOR_BLOB **variable);
-QOR_API void BLOB_COPY(QOR_BLOB *blob, QOR_BLOB **variable);
-QOR_API void BLOB_SIZE(QOR_BLOB *blob, uint32_t *size);                  /* 0 for nil */
-QOR_API void BLOB_READ_BYTES(QOR_BLOB *blob, uint8_t *bytes);            /* all of them */
-QOR_API void BLOB_READ_BYTES_REF(QOR_BLOB *blob, const uint8_t **bytes); /* borrows */
+QOR_API void BLOB_REMOVE(QOR_BLOB **variable);                /* nil is left alone; the variable becomes nil */
+QOR_API void BLOB_COPY(QOR_BLOB *blob, QOR_BLOB **variable);  /* nil gives nil */
+QOR_API void BLOB_SIZE(QOR_BLOB *blob, uint32_t *size);       /* 0 for nil */
+QOR_API void BLOB_READ_BYTES(QOR_BLOB *blob, uint8_t *bytes); /* all of them */
+QOR_API void BLOB_READ_BYTES_REF(QOR_BLOB *blob, const uint8_t **bytes); /* borrows until the next write */
 QOR_API void BLOB_WRITE_BYTES(QOR_BLOB *blob, const uint8_t *bytes);     /* size bytes over the data */
 
 QOR_API void BLOB_READ_INIT(QOR_BLOB *blob);
@@ -44,9 +47,9 @@ QOR_API void BLOB_WRITE_REAL32(QOR_BLOB *blob, double value); /* narrows to a fl
 QOR_API void BLOB_WRITE_REAL64(QOR_BLOB *blob, double value);
 QOR_API void BLOB_WRITE_STRING(QOR_BLOB *blob, STRNG string); /* and a zero byte */
 
-/* Two upper-case digits for each byte; 0 for an empty blob. */
+/* Two upper-case digits for each byte; 0, and no text, for an empty blob. */
 QOR_API int32_t BLOB_TO_HEXSTRING(QOR_BLOB *blob, STRNG *text);
-/* A new blob; 0 on bad text, with what was decoded before it. */
+/* A new blob, the caller's; 0 on bad text, with what was decoded before it. */
 QOR_API int32_t BLOB_HEXSTRING_TO_BLOB(STRNG text, QOR_BLOB **variable);
 QOR_API void BLOB_DISPLAY(QOR_BLOB *blob);
 

@@ -22,9 +22,9 @@ QOR_API void MAP_GET_MAP_BY_NAME(QOR_MAP **map, STRNG name, int32_t *status); /*
 QOR_API void MAP_GET_MAP_BY_NAME_C(QOR_MAP **map, const char *name, int32_t *status);
 QOR_API int32_t MAP_IS_DEFINED(const QOR_MAP *map);
 QOR_API void MAP_REMOVE(QOR_MAP **variable);
-QOR_API void MAP_CLEAR(QOR_MAP **variable); /* the label stays */
-QOR_API void MAP_COPY(QOR_MAP *source, QOR_MAP **variable);
-QOR_API void MAP_FILL(QOR_MAP *source, QOR_MAP **variable);
+QOR_API void MAP_CLEAR(QOR_MAP **variable);                 /* the label stays */
+QOR_API void MAP_COPY(QOR_MAP *source, QOR_MAP **variable); /* a new deep copy, the caller's; nil gives nil */
+QOR_API void MAP_FILL(QOR_MAP *source, QOR_MAP **variable); /* the same into the map that the variable holds */
 
 /* Insertion. An existing key keeps its place in the order. */
 QOR_API void MAP_INSERT_MOVED(QOR_MAP *map, STRNG key, QOR_OBJECT **variable); /* adopts the reference */
@@ -66,7 +66,7 @@ QOR_API void MAP_REMOVE_OBJECT_C(QOR_MAP *map, const char *key, int32_t *status)
 QOR_API void MAP_SET_LABEL(QOR_MAP *map, STRNG label);
 QOR_API void MAP_SET_LABEL_C(QOR_MAP *map, const char *label);
 QOR_API void MAP_GET_LABEL(QOR_MAP *map, STRNG *label);
-QOR_API void MAP_GET_LABEL_C(QOR_MAP *map, char *label);
+QOR_API void MAP_GET_LABEL_C(QOR_MAP *map, char *label); /* into a buffer of the label's length and 1 */
 /* The root's key for this map, or "NONAME". */
 QOR_API void MAP_GET_NAME(QOR_MAP *map, STRNG *name);
 

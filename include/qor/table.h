@@ -1,7 +1,8 @@
 /* TABLE: records with common fields under string keys.
  *
  * The names of the fields are kept once; a record is an array of values, and
- * goes in and out as a map. A nil table aborts. */
+ * goes in and out as a map. A nil table aborts. A status is 1, or 0 when the key
+ * is missing or the read at its end, and the outputs are left alone. */
 #ifndef QOR_TABLE_H
 #define QOR_TABLE_H
 
@@ -9,7 +10,8 @@
 
 QOR_BEGIN_C
 
-/* Fields separated by commas or blanks; none is allowed. */
+/* A new table for an object to adopt (OBJ_set_object_value_ref), which removes it
+ * in the end. The fields are separated by commas or blanks; none is allowed. */
 QOR_API void TABLE_CREATE(QOR_TABLE **variable, STRNG fields);
 /* The fields are the keys of the map, in order; its read cursor is used. */
 QOR_API void TABLE_CREATE_BY_MAP(QOR_TABLE **variable, QOR_MAP *map);

@@ -100,6 +100,11 @@ TEST_F(List, CursorSurvivesTheRemovalOfItsNodes) {
     append(7);
     EXPECT_EQ(next(), 7);
     EXPECT_EQ(all(), "7");
+    // The element may replace what held the list.
+    int32_t status, value;
+    BTYP_pop_first(list, &list, &status);
+    BTYP_read_int(list, &value);
+    EXPECT_EQ(value, 7);
 }
 
 TEST_F(List, CopyIsIndependentAndStartsAtItsFirstElement) {

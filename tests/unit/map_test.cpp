@@ -1,6 +1,7 @@
 // Maps: order, keys that share prefixes, the default, cursors, generations.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <string>
@@ -155,16 +156,44 @@ TEST_F(Map, AgreesWithAModel) {
                 if (model.insert_or_assign(key, i).second) order.push_back(key);
             }
             ASSERT_EQ(get(key), model.count(key) ? model[key] : -1);
-            if (order.size() > 300) {
+            if (order.size() > 600 && round < 2) {
                 MAP_CLEAR(&map);
                 model.clear();
                 order.clear();
+            } else if (order.size() > 600) {
+                // All but a few go one by one, in any order.
+                std::shuffle(order.begin(), order.end(), random);
+                for (; order.size() > 20; order.pop_back()) ASSERT_TRUE(remove(order.back()));
+                std::erase_if(model,
+                              [&order](const auto &e) { return !std::count(order.begin(), order.end(), e.first); });
+                order.clear();
+                MAP_RESET_READ(&map);
+                for (std::string key2 = next(); key2 != "-"; key2 = next()) order.push_back(key2);
+                ASSERT_EQ(order.size(), model.size());
             }
         }
         MAP_RESET_READ(&map);
         for (const std::string &key : order) ASSERT_EQ(next(), key);
         ASSERT_EQ(next(), "-");
     }
+}
+
+// Ever new keys, of which few are there at once: the places of removed keys do not
+// pile up, and a read in the middle goes on.
+TEST_F(Map, RemovedKeysGiveTheirStorageBack) {
+    for (int32_t i = 0; i < 100; ++i) put("key" + std::to_string(i), i);
+    const int64_t size = Storage_GET_SIZE();
+    MAP_RESET_READ(&map);
+    for (int32_t i = 100; i < 100'000; ++i) {
+        put("key" + std::to_string(i), i);
+        ASSERT_TRUE(remove("key" + std::to_string(i - 100)));
+        if (i % 50 == 0) {
+            ASSERT_EQ(next(), "key" + std::to_string(i - 99));
+        }
+    }
+    EXPECT_LT(Storage_GET_SIZE(), size + 100'000);
+    EXPECT_EQ(get("key99900"), 99'900);
+    EXPECT_EQ(get("key99899"), -1);
 }
 
 TEST_F(Map, NamesComeFromTheRoot) {
