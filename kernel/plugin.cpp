@@ -1,7 +1,6 @@
 // Plug-ins: libraries that register classes from an entry named after them.
 #include "kernel/plugin.hpp"
 
-#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -24,7 +23,6 @@ struct Plugin {
     std::string name;  // both in upper case
     std::string entry; // from which the names of the two entries are built
     void *library = nullptr;
-    const void *code = nullptr; // where the library lies
 };
 
 std::vector<Plugin> plugins; // in the order of loading
@@ -104,23 +102,12 @@ void load(Plugin plugin) {
     // Without its entry the library stays loaded, but it does not count.
     const auto init = find_entry<void (*)(const char *)>(plugin, "_INIT");
     if (!init) return;
-    plugin.code = platform::library_of(reinterpret_cast<const void *>(init));
     class_keep_natives();
-    obj_keep_types();
     {
         const Initialising scope(&plugin);
         init(QORLIB_GET_MAINLIB());
     }
     plugins.push_back(std::move(plugin));
-}
-
-// The libraries that were unloaded last. One may be in memory still: the
-// platform unmaps it when it sees fit.
-std::vector<const void *> unloaded;
-
-bool is_unloaded(const void *code) {
-    const void *library = platform::library_of(code);
-    return !library || std::find(unloaded.begin(), unloaded.end(), library) != unloaded.end();
 }
 
 } // namespace
@@ -150,22 +137,16 @@ void QORPROC_LOAD_PLUGINS_AS(const std::string &list, const std::string &class_n
     PLUGIN_LOAD(list);
 }
 
-// All are told to terminate while all of them are still in memory. What they
-// registered may be left in values of scripts: none of it is called again.
+// All are told to terminate while none of them is unloaded.
 void PLUGIN_UNLOAD_ALL() {
-    if (plugins.empty()) return;
     unloading = true;
     for (size_t i = plugins.size(); i-- > 0;) {
         const auto terminate = find_entry<void (*)()>(plugins[i], "_TERMINATE");
         if (terminate) terminate();
     }
-    for (; !plugins.empty(); plugins.pop_back()) {
-        unloaded.push_back(plugins.back().code);
-        platform::unload_library(plugins.back().library);
-    }
-    class_forget_unloaded(is_unloaded);
-    obj_forget_unloaded(is_unloaded);
-    unloaded.clear();
+    for (; !plugins.empty(); plugins.pop_back()) platform::unload_library(plugins.back().library);
+    class_restore_natives();
+    obj_release_type_ids();
     unloading = false;
 }
 

@@ -27,20 +27,22 @@ void qorcpu_drop_int_and_text();
 bool QORCPU_TOP_IS_DEFINED();
 bool QORCPU_TOP_IS_STRING();
 
-// Classes and types of plug-ins. Before the first one is loaded both are copied
-// as they are; after the last is unloaded they become so again, but for what
-// others registered meanwhile. Methods and types whose code is gone do nothing
-// dangerous from then on, wherever a value of theirs is left.
+// Before the first plug-in is loaded the classes are copied as they are; after the
+// last has ended they become so again, and a type that is registered under the
+// name of one of theirs gets its id.
 void class_keep_natives();
-void obj_keep_types();
-void class_forget_unloaded(bool (*is_unloaded)(const void *code));
-void obj_forget_unloaded(bool (*is_unloaded)(const void *code));
+void class_restore_natives();
+void obj_release_type_ids();
 
 // Text files.
 void TEXTFILE_OPEN_APPEND(int32_t *file, STRNG name, int32_t *status);
 void textfile_flush_all();
 // Whether the id still stands for a file of this name that is open for writing.
 bool textfile_is_written(int32_t file, std::string_view name);
+
+// The codec module, by its bridge: the bytes as base64 in one line; the output's
+// text is replaced.
+void CODEC_BASE64_ENCODE(STRNG input, STRNG *output);
 
 // The compiler and the machine, for the frame.
 void READ_SCRIPT_FROM(STRNG name, int32_t parse, int32_t *status);

@@ -22,16 +22,13 @@ QOR_MAP *procedures = nullptr;
 // While it is not empty, every registration goes to the class of this name.
 Strng prefix;
 
-// A copy of the classes before the first plug-in; null while none is loaded.
+// Copies of both as they were before the first plug-in; null while none is loaded.
 QOR_MAP *kept_classes = nullptr;
-
-QOR_METHOD *records = nullptr; // all there are, wherever their objects lie
+QOR_MAP *kept_native = nullptr;
 
 // --- type "method" ----------------------------------------------------------------
 
 void free_method(QOR_METHOD *m) {
-    (m->previous ? m->previous->next : records) = m->next;
-    if (m->next) m->next->previous = m->previous;
     STRNG_REMOVE(&m->class_name);
     STRNG_REMOVE(&m->name);
     STRNG_REMOVE(&m->signature);
@@ -41,9 +38,6 @@ void free_method(QOR_METHOD *m) {
 QOR_METHOD *new_method(STRNG class_name, STRNG name, STRNG signature) {
     auto *m = static_cast<QOR_METHOD *>(storage_allocate(sizeof(QOR_METHOD)));
     *m = QOR_METHOD{};
-    m->next = records;
-    if (records) records->previous = m;
-    records = m;
     strng_assign(&m->class_name, view(class_name));
     strng_assign(&m->name, view(name));
     strng_assign(&m->signature, view(signature));
@@ -130,26 +124,15 @@ QOR_MAP *create_directory(const char *name) {
     return map;
 }
 
-// What a method of an unloaded plug-in leads to.
-void unloaded_method() { MESSAGE_ABORT1_C("the plug-in of this method is not loaded any more\n"); }
-
-// Takes the methods of unloaded plug-ins out and puts in what they replaced. A
-// class that is the plug-in's own was not kept.
-void restore_class(QOR_MAP *methods, QOR_OBJECT *kept) {
-    std::vector<Strng> names;
-    int32_t status;
-    for (const Map_node *entry = map_first(methods); entry; entry = map_next(entry)) {
-        QOR_OBJECT *method = map_object(entry);
-        if (type_of(method) == TYPE_METHOD && is_defined(method) && method_of(method)->native == unloaded_method)
-            map_key(entry, &names.emplace_back());
-    }
-    for (const Strng &name : names) MAP_REMOVE_OBJECT(methods, name, &status);
-    if (!kept || type_of(kept) != TYPE_MAP) return;
-    for (const Map_node *entry = map_first(map_of(kept)); entry; entry = map_next(entry)) {
+QOR_MAP *copy_of(QOR_MAP *directory) {
+    QOR_MAP *copy = nullptr;
+    MAP_CREATE_NONAME(&copy);
+    for (const Map_node *entry = map_first(directory); entry; entry = map_next(entry)) {
         Strng name;
         map_key(entry, &name);
-        if (!map_find(methods, name) || name.text() == "VERSION") MAP_INSERT_OBJECT(methods, name, map_object(entry));
+        MAP_INSERT_OBJECT(copy, name, map_object(entry));
     }
+    return copy;
 }
 
 STRNG registered_class(const char *name) { return prefix.empty() ? borrow(name) : prefix.get(); }
@@ -221,36 +204,31 @@ void class_forget_script() {
 
 void class_keep_natives() {
     if (kept_classes) return;
-    MAP_CREATE_NONAME(&kept_classes);
-    for (const Map_node *entry = map_first(classes); entry; entry = map_next(entry)) {
-        Strng name;
-        map_key(entry, &name);
-        MAP_INSERT_OBJECT(kept_classes, name, map_object(entry));
-    }
+    kept_classes = copy_of(classes);
+    kept_native = copy_of(native);
 }
 
-void class_forget_unloaded(bool (*is_unloaded)(const void *code)) {
-    for (QOR_METHOD *m = records; m; m = m->next) {
-        if (m->kind == METHOD_NATIVE && is_unloaded(reinterpret_cast<const void *>(m->native)))
-            m->native = unloaded_method;
-    }
-    for (QOR_MAP *directory : {classes, native}) {
-        for (const Map_node *entry = map_first(directory); entry; entry = map_next(entry)) {
-            QOR_OBJECT *object = map_object(entry);
-            if (type_of(object) != TYPE_MAP || !map_of(object)) continue;
-            Strng name;
-            map_key(entry, &name);
-            restore_class(map_of(object), map_find(kept_classes, name));
-        }
-    }
+void class_restore_natives() {
+    if (!kept_classes) return;
+    std::vector<Strng> names;
+    for (const Map_node *entry = map_first(classes); entry; entry = map_next(entry))
+        map_key(entry, &names.emplace_back());
+    int32_t status;
+    for (Strng &name : names) CLASS_REMOVE_CLASS_C(name.c_str(), &status);
     for (const Map_node *entry = map_first(kept_classes); entry; entry = map_next(entry)) {
         Strng name;
         map_key(entry, &name);
-        if (map_find(classes, name)) continue;
-        MAP_INSERT_OBJECT(classes, name, map_object(entry));
-        MAP_INSERT_OBJECT_REF(MAP_ROOT(), name, map_find(classes, name));
+        MAP_INSERT_OBJECT_REF(classes, name, map_object(entry));
+        MAP_INSERT_OBJECT_REF(MAP_ROOT(), name, map_object(entry));
+    }
+    MAP_CLEAR(&native);
+    for (const Map_node *entry = map_first(kept_native); entry; entry = map_next(entry)) {
+        Strng name;
+        map_key(entry, &name);
+        MAP_INSERT_OBJECT_REF(native, name, map_object(entry));
     }
     MAP_REMOVE(&kept_classes);
+    MAP_REMOVE(&kept_native);
 }
 
 void class_init() {

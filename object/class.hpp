@@ -24,8 +24,6 @@ struct QOR_METHOD {
     // two ints itself. Each registration makes a record of its own, so a method
     // that takes the operator's name is none.
     uint8_t int_operator;
-    QOR_METHOD *previous; // in the chain of all records
-    QOR_METHOD *next;
 };
 
 namespace qor {

@@ -83,12 +83,7 @@ QOR_OBJECT *new_string(std::string_view text) {
 QOR_OBJECT *waiting = nullptr;
 bool releasing = false;
 
-void count_object(int32_t type, int64_t change) {
-    if (type > TYPE_METHOD) type_table[type].objects += change;
-}
-
 QOR_OBJECT *new_record(int32_t type) {
-    count_object(type, 1);
     auto *o = static_cast<QOR_OBJECT *>(type == TYPE_STRING ? long_records.take() : short_records.take());
     o->flags = OBJ_ONE | (static_cast<uint32_t>(type) & 0x3f);
     o->head = 0;
@@ -99,7 +94,6 @@ QOR_OBJECT *new_record(int32_t type) {
 // The size follows the present type: a record that was made for a string and
 // holds another type by now goes to the short ones.
 void free_record(QOR_OBJECT *o) {
-    count_object(type_of(o), -1);
     if (type_of(o) == TYPE_STRING)
         long_records.give(o);
     else
@@ -303,8 +297,6 @@ void set_default_slots(Object_type &t) {
     t.domethod = default_domethod;
 }
 
-std::vector<Object_type> kept_types; // before the first plug-in; empty while none is loaded
-
 bool is_type(int32_t type) { return type >= 0 && type < type_count; }
 
 } // namespace
@@ -315,30 +307,9 @@ void obj_init() {
     for (Object_type &t : type_table) set_default_slots(t);
 }
 
-void obj_keep_types() {
-    if (kept_types.empty()) kept_types.assign(type_table, type_table + type_count);
-}
-
-void obj_forget_unloaded(bool (*is_unloaded)(const void *code)) {
-    for (int32_t id = 0; id < type_count; ++id) {
-        Object_type &t = type_table[id];
-        const auto gone = [=](auto... slot) {
-            return (... || (slot && is_unloaded(reinterpret_cast<const void *>(slot))));
-        };
-        if (!gone(t.initvalue, t.removevalue, t.assignvalue, t.copyvalue, t.tochar, t.display, t.index, t.insert,
-                  t.check, t.domethod))
-            continue;
-        const int64_t objects = t.objects;
-        if (static_cast<size_t>(id) < kept_types.size()) {
-            t = kept_types[static_cast<size_t>(id)];
-        } else {
-            // Values that are left can not be released: their storage is lost.
-            set_default_slots(t);
-            t.is_unloaded = true;
-        }
-        t.objects = objects;
-    }
-    kept_types.clear();
+// Objects that are left keep their slots: the code of a plug-in stays in memory.
+void obj_release_type_ids() {
+    for (int32_t id = TYPE_METHOD + 1; id < type_count; ++id) type_table[id].is_id_free = true;
 }
 
 } // namespace qor
@@ -346,15 +317,16 @@ void obj_forget_unloaded(bool (*is_unloaded)(const void *code)) {
 using namespace qor;
 
 void OBJ_create_type(int32_t *id, const char *name) {
-    // The id of a type that is gone goes to another, but not while it has objects.
-    int32_t free_id = TYPE_METHOD + 1;
-    while (free_id < type_count && !(type_table[free_id].is_unloaded && type_table[free_id].objects == 0)) ++free_id;
-    free_id = std::min(free_id, type_count);
-    if (free_id >= TYPE_ID_LIMIT) return;
-    *id = free_id;
-    type_count = std::max(type_count, free_id + 1);
-    type_table[free_id].name = name;
-    type_table[free_id].is_unloaded = false;
+    for (int32_t known = TYPE_METHOD + 1; known < type_count; ++known) {
+        Object_type &t = type_table[known];
+        if (!t.is_id_free || t.name != name) continue;
+        t.is_id_free = false;
+        *id = known;
+        return;
+    }
+    if (type_count >= TYPE_ID_LIMIT) return;
+    *id = type_count++;
+    type_table[*id].name = name;
 }
 
 void OBJ_set_initvalue_proc(int32_t type, QOR_INITVALUE p) {
@@ -495,39 +467,40 @@ void OBJ_get_object_value_addr(QOR_OBJECT *object, void **out) {
     *out = value_of(object);
 }
 
-void OBJ_assert_type(QOR_OBJECT *object, int32_t type) {
-    if (object && type_of(object) == type) return;
+// Aborts on another type; false should the abort return.
+static bool is_of_type(QOR_OBJECT *object, int32_t type) {
+    if (object && type_of(object) == type) [[likely]]
+        return true;
     Strng shown;
     OBJ_to_display_string(object, &shown);
     std::string text = "OBJ_assert_type: " + std::string(shown.text()) + " is not of type ";
     if (is_type(type)) text += type_table[type].name;
     MESSAGE_ABORT1_C(text.c_str());
+    return false;
 }
 
+void OBJ_assert_type(QOR_OBJECT *object, int32_t type) { is_of_type(object, type); }
+
 void OBJ_get_object_value_tcheck(QOR_OBJECT *object, int32_t type, void *out) {
-    OBJ_assert_type(object, type);
-    OBJ_get_object_value(object, out);
+    if (is_of_type(object, type)) OBJ_get_object_value(object, out);
 }
 
 void OBJ_get_object_value_ref_tcheck(QOR_OBJECT *object, int32_t type, void *out) {
-    OBJ_assert_type(object, type);
-    OBJ_get_object_value_ref(object, out);
+    if (is_of_type(object, type)) OBJ_get_object_value_ref(object, out);
 }
 
 void OBJ_get_object_value_addr_tcheck(QOR_OBJECT *object, int32_t type, void **out) {
-    OBJ_assert_type(object, type);
+    if (!is_of_type(object, type)) return;
     if (type == TYPE_STRING) normalize_string(object);
     *out = value_of(object);
 }
 
 void OBJ_set_object_value_tcheck(QOR_OBJECT *object, int32_t type, const void *source) {
-    OBJ_assert_type(object, type);
-    OBJ_set_object_value(object, source);
+    if (is_of_type(object, type)) OBJ_set_object_value(object, source);
 }
 
 void OBJ_set_object_value_ref_tcheck(QOR_OBJECT *object, int32_t type, const void *source) {
-    OBJ_assert_type(object, type);
-    OBJ_set_object_value_ref(object, source);
+    if (is_of_type(object, type)) OBJ_set_object_value_ref(object, source);
 }
 
 void OBJ_copy_value(QOR_OBJECT *target, QOR_OBJECT *source) {
@@ -553,8 +526,6 @@ void OBJ_copy_value(QOR_OBJECT *target, QOR_OBJECT *source) {
         remove_value(target);
         type_table[type].initvalue(value_of(target));
     }
-    count_object(type_of(target), -1);
-    count_object(type, 1);
     target->flags = (target->flags & ~(0x3fu | OBJ_DEFINED)) | type_and_defined;
 }
 

@@ -124,7 +124,6 @@ void OBJ_check_object(QOR_OBJECT *object) {
         MESSAGE_ABORT_F("check_object: bad refcount %d\n", count_of(object));
         return;
     }
-    for (const Ap *ap = object->aps; ap; ap = ap->chain) {}
     if (is_defined(object)) {
         const Nesting nesting;
         type_table[type].check(value_of(object));

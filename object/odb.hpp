@@ -13,6 +13,7 @@ void ODB_read_object(int64_t position, QOR_OBJECT **variable);
 // text files define. False without an open file of the id.
 bool textfile_get_position(int32_t file, uint64_t *position);
 bool textfile_set_position(int32_t file, uint64_t position);
+bool textfile_flushed(int32_t file); // flushes; false when anything was lost
 // Shows the file's row; the id must be one.
 void textfile_show(int32_t file);
 

@@ -23,8 +23,7 @@ struct Object_type {
     QOR_INSERT insert;
     QOR_CHECK check;
     QOR_DOMETHOD domethod;
-    int64_t objects = 0;      // how many there are; counted for types of plug-ins alone
-    bool is_unloaded = false; // its plug-in is gone, and its slots are the defaults
+    bool is_id_free; // registered in an earlier life of the kernel
 };
 
 // The table has 256 rows, but the signed 6-bit id of an object record carries
@@ -76,6 +75,16 @@ inline void put_tochar(std::string_view text, int16_t *length, char *buffer) {
 
 inline void handle_init(void *value) { value_at<void *>(value) = nullptr; }
 inline void move_64(const void *source, void *target) { value_at<int64_t>(target) = value_at<int64_t>(source); }
+
+// The handle of an object of the type, borrowed. Aborts on another type and on
+// NULL; should the abort return, the result is null.
+template <typename T> T *handle_of(QOR_OBJECT *object, Type type) {
+    if (object && (object->flags & (0x3f | OBJ_DEFINED)) == (OBJ_DEFINED | static_cast<uint32_t>(type))) [[likely]]
+        return static_cast<T *>(object->handle);
+    void *handle;
+    OBJ_get_object_value_ref_tcheck(object, type, &handle); // aborts
+    return nullptr;
+}
 
 // For the wrappers of a type: a new object with a copy of the value, and one
 // that adopts it.

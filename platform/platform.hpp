@@ -17,9 +17,6 @@ void *load_library(const std::string &name); // null on failure
 void *find_symbol(void *library, const char *name);
 bool unload_library(void *library);
 std::string library_error(); // the platform's text for the last failure
-// Which library or program the address lies in, as an address of it; null when
-// it lies in none that is loaded.
-const void *library_of(const void *address);
 
 // --- files -------------------------------------------------------------------
 

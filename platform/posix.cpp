@@ -75,7 +75,9 @@ void run_on_broken_pipe(int, siginfo_t *info, void *) {
 // --- libraries -----------------------------------------------------------------
 
 void *load_library(const std::string &name) {
-    constexpr int FLAGS = RTLD_NOW | RTLD_LOCAL;
+    // Unloading leaves the code where it is: values and methods that a library
+    // registered may outlive it.
+    constexpr int FLAGS = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
     if (name.empty()) return nullptr; // the loader's name for the program itself
     if (void *library = dlopen(name.c_str(), FLAGS)) return library;
     // The run path of this library is meant to find what lies beside it. In a
@@ -91,11 +93,6 @@ void *load_library(const std::string &name) {
 void *find_symbol(void *library, const char *name) { return dlsym(library, name); }
 
 bool unload_library(void *library) { return dlclose(library) == 0; }
-
-const void *library_of(const void *address) {
-    Dl_info info;
-    return dladdr(address, &info) ? info.dli_fbase : nullptr;
-}
 
 std::string library_error() {
     const char *text = dlerror();

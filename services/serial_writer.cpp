@@ -1,8 +1,6 @@
 // Not everything is written so that it comes back: an undefined value becomes an
 // undefined string, links and geometries have a form that is not read, and the
 // remaining types have none. Scripts know these properties; they stay.
-#include <array>
-#include <cstdio>
 #include <string>
 
 #include "container/list.hpp"
@@ -12,6 +10,7 @@
 #include "qor/msg.h"
 #include "qor/textfile.h"
 #include "services/serial.hpp"
+#include "services/stream_lines.hpp"
 
 namespace qor {
 
@@ -61,9 +60,8 @@ void Writer::flush() {
 }
 
 void Writer::write_real(double value) {
-    std::array<char, 400> digits; // the largest number has 309 before the point
-    std::snprintf(digits.data(), digits.size(), "%f", value);
-    line(digits.data());
+    char digits[REAL_TEXT];
+    line({digits, put_real(digits, value)});
 }
 
 // A text that is empty or holds a blank needs quotes to come back.

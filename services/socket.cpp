@@ -1,6 +1,7 @@
 #include "services/socket.hpp"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -95,6 +96,7 @@ bool open_record(const char *operation, STRNG host, int32_t port, int32_t *id) {
     }
     *id = static_cast<int32_t>(s - sockets);
     if (port < 0 || port > UINT16_MAX) return false;
+    std::fflush(stdout);
     const int handle = platform::connect_socket(std::string(view(host)), static_cast<uint16_t>(port));
     if (handle < 0) return false;
     *s = Socket{};
@@ -108,11 +110,17 @@ void close_by_id(int32_t id, const char *operation) {
 
 // --- reading ---------------------------------------------------------------------
 
-// Waits for bytes when none are left; as the platform's receive.
+// As the platform's. Who waits for a peer sees what was shown so far.
+int64_t receive(const Socket &s, uint8_t *bytes, size_t count) {
+    std::fflush(stdout);
+    return platform::receive(s.handle, bytes, count);
+}
+
+// Waits for bytes when none are left; as receive.
 int64_t fill(Socket &s) {
     if (s.next != s.end) return static_cast<int64_t>(s.end - s.next);
     if (!s.ahead) s.ahead = std::make_unique_for_overwrite<uint8_t[]>(READ_AHEAD);
-    const int64_t n = platform::receive(s.handle, s.ahead.get(), READ_AHEAD);
+    const int64_t n = receive(s, s.ahead.get(), READ_AHEAD);
     s.next = 0;
     s.end = n > 0 ? static_cast<size_t>(n) : 0;
     return n;
@@ -120,7 +128,7 @@ int64_t fill(Socket &s) {
 
 // What was read ahead first, the rest without a detour.
 int64_t take(Socket &s, uint8_t *bytes, size_t count) {
-    if (s.next == s.end) return platform::receive(s.handle, bytes, count);
+    if (s.next == s.end) return receive(s, bytes, count);
     const size_t n = std::min(count, s.end - s.next);
     std::memcpy(bytes, &s.ahead[s.next], n);
     s.next += n;
@@ -224,7 +232,7 @@ void socket_put(const int32_t *id, std::string_view bytes) { put(*id, "PUT", byt
 namespace {
 
 int32_t pop_int() {
-    int32_t value;
+    int32_t value = 0;
     QORCPU_POPI(&value);
     return value;
 }

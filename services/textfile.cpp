@@ -174,6 +174,11 @@ bool textfile_set_position(int32_t file, uint64_t position) {
     return file >= 0 && file < MAX_OPEN_FILES && qorio_set_position(text_files[file].io_id, position);
 }
 
+bool textfile_flushed(int32_t file) {
+    std::string reason;
+    return file >= 0 && file < MAX_OPEN_FILES && qorio_flush(text_files[file].io_id, &reason);
+}
+
 void textfile_show(int32_t file) { show_row(text_files[file]); }
 
 void TEXTFILE_OPEN_APPEND(int32_t *file, STRNG name, int32_t *status) {

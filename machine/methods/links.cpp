@@ -95,7 +95,7 @@ constexpr Native_method METHODS[] = {
     {"SET_LINK_RESOLVER", set_link_resolver, 2, 0, 'P', "[s type,proc resolver][]"},
     {"TO_DBLINK", to_dblink, 1, 1, 'P', ""},
     {"GET_DBLINK_SELECT", get_dblink_select, 1, 1, 'P', ""},
-    {"GET_DBLINK_MAP", get_dblink_map, 1, 2, 'P', ""},
+    {"GET_DBLINK_MAP", get_dblink_map, 1, 1, 'P', ""},
     {"TO_MAP", to_map, 1, 2, 'P', ""},
 };
 

@@ -210,7 +210,9 @@ TEST(Socket, ASignalEndsAWait) {
         p.answer();
         p.hear_all();
     });
-    EXPECT_EQ(run("OPEN LINE", peer.port, 1).status, 124);
+    const Result result = run("OPEN DISPLAY 'waits' LINE", peer.port, 1);
+    EXPECT_EQ(result.status, 124);
+    EXPECT_EQ(result.output, "waits\n") << "shown before the wait";
 }
 
 } // namespace
