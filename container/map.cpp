@@ -538,6 +538,7 @@ void MAP_DISPLAY(QOR_MAP *map) {
 
 void MAP_CHECK_MAP(QOR_MAP *map) {
     if (!map) return;
+    const Nesting nesting;
     // Gathered first: what the check of a geometry shows may run script code that
     // changes the map or lets it go.
     std::vector<Object_var> entries;

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "kernel/upcalls.hpp"
@@ -13,15 +14,16 @@ namespace qor {
 
 namespace {
 
-// Class maps may hold maps, which may hold themselves.
-constexpr int SEARCH_DEPTH = 100;
+constexpr size_t SEARCH_DEPTH = 100;
 
-bool find_entry(QOR_MAP *map, uint32_t address, STRNG *name, int depth = 0) {
-    if (!map || depth > SEARCH_DEPTH) return false;
+// Class maps may hold maps, which may hold themselves: each is searched once.
+bool find_entry(QOR_MAP *map, uint32_t address, STRNG *name, std::unordered_set<const QOR_MAP *> &searched,
+                size_t depth = 0) {
+    if (!map || depth > SEARCH_DEPTH || !searched.insert(map).second) return false;
     for (const Map_node *entry = map_first(map); entry; entry = map_next(entry)) {
         QOR_OBJECT *object = map_object(entry);
         if (type_of(object) == TYPE_MAP) {
-            if (find_entry(map_of(object), address, name, depth + 1)) return true;
+            if (find_entry(map_of(object), address, name, searched, depth + 1)) return true;
         } else if (type_of(object) == TYPE_METHOD) {
             const QOR_METHOD *method = method_of(object);
             if (method->kind != METHOD_SCRIPT || method->address != address) continue;
@@ -110,11 +112,12 @@ constexpr Native_method METHODS[] = {
 } // namespace
 
 void QORCPU_PROC_NAME(uint32_t address, STRNG *name) {
-    if (find_entry(procedure_directory(), address, name)) return;
+    std::unordered_set<const QOR_MAP *> searched;
+    if (find_entry(procedure_directory(), address, name, searched)) return;
     for (const Map_node *entry = map_first(class_directory()); entry; entry = map_next(entry)) {
         QOR_OBJECT *object = map_object(entry);
         Strng method;
-        if (type_of(object) != TYPE_MAP || !find_entry(map_of(object), address, &method)) continue;
+        if (type_of(object) != TYPE_MAP || !find_entry(map_of(object), address, &method, searched)) continue;
         map_key(entry, name);
         STRNG_APPC('.', name);
         strng_append(name, method.text());

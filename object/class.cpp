@@ -115,12 +115,15 @@ void insert_method(QOR_MAP *map, STRNG name, QOR_METHOD *method) {
     MAP_INSERT_OBJECT_REF(map, name, object);
 }
 
-// A script may declare a map of this name: the directory stays what it is.
+// A script may declare a map of this name: the directory stays what it is, and so
+// does its object, which is pinned for good.
 QOR_MAP *create_directory(const char *name) {
+    static std::vector<QOR_OBJECT *> objects;
     QOR_MAP *map = nullptr;
     MAP_CREATE_C(&map, name);
     map_keep(map);
-    pin(map_find(MAP_ROOT(), borrow(name)));
+    objects.push_back(map_find(MAP_ROOT(), borrow(name)));
+    pin(objects.back());
     return map;
 }
 

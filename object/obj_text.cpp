@@ -124,8 +124,5 @@ void OBJ_check_object(QOR_OBJECT *object) {
         MESSAGE_ABORT_F("check_object: bad refcount %d\n", count_of(object));
         return;
     }
-    if (is_defined(object)) {
-        const Nesting nesting;
-        type_table[type].check(value_of(object));
-    }
+    if (is_defined(object)) type_table[type].check(value_of(object));
 }
