@@ -5,18 +5,14 @@
 #include "kernel/lifecycle.hpp"
 #include "object/class.hpp"
 #include "platform/platform.hpp"
-#include "qor/qorcpu.h"
+#include "services/arguments.hpp"
 #include "services/qorio.hpp"
 
 namespace qor {
 
 namespace {
 
-std::string pop_name() {
-    Strng name;
-    QORCPU_POPS(&name);
-    return name.c_str();
-}
+std::string pop_name() { return pop_text().c_str(); }
 
 void method_create() { QORCPU_PUSHB(platform::make_directory(pop_name())); }
 void method_remove() { QORCPU_PUSHB(platform::remove_directory(pop_name())); }

@@ -7,7 +7,7 @@
 #include "platform/platform.hpp"
 #include "qor/blob.h"
 #include "qor/msg.h"
-#include "qor/qorcpu.h"
+#include "services/arguments.hpp"
 
 namespace qor {
 
@@ -299,19 +299,15 @@ int32_t open_new(int32_t *id, const std::string &name, Mode mode) {
 // --- class QORIO -------------------------------------------------------------------
 
 void method_create_binary() {
-    Strng name;
-    QORCPU_POPS(&name);
     int32_t id;
-    const bool created = open_new(&id, std::string(name.text()), Mode::WB_PLUS) == 0;
+    const bool created = open_new(&id, pop_text(), Mode::WB_PLUS) == 0;
     if (created) QORCPU_PUSHI(id);
     QORCPU_PUSHB(created);
 }
 
 void method_write_blob() {
-    Object_var object;
-    QORCPU_POP_OBJ(&object);
-    int32_t id;
-    QORCPU_POPI(&id);
+    const Object_var object = pop_object();
+    const int32_t id = pop_int();
     QOR_BLOB *blob = nullptr;
     BTYP_read_blob_ref(object, &blob);
     const uint8_t *bytes;
@@ -322,8 +318,7 @@ void method_write_blob() {
 }
 
 void method_close() {
-    int32_t id;
-    QORCPU_POPI(&id);
+    int32_t id = pop_int();
     const Record *r = find(id);
     if (!r) return;
     const std::string name = r->name;

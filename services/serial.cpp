@@ -6,8 +6,8 @@
 #include "kernel/lifecycle.hpp"
 #include "object/class.hpp"
 #include "qor/map.h"
-#include "qor/qorcpu.h"
 #include "qor/textfile.h"
+#include "services/arguments.hpp"
 
 namespace qor {
 
@@ -188,18 +188,6 @@ void SERIAL_READ_OBJECT(int32_t file, QOR_OBJECT **variable, int32_t *status) {
 
 namespace {
 
-Object_var pop_object() {
-    Object_var object;
-    QORCPU_POP_OBJ(&object);
-    return object;
-}
-
-int32_t pop_file() {
-    int32_t file;
-    QORCPU_POPI(&file);
-    return file;
-}
-
 void push_read(QOR_OBJECT *object, int32_t status) {
     if (status) QORCPU_PUSH_OBJ_REF(object);
     QORCPU_PUSHB(status);
@@ -207,22 +195,21 @@ void push_read(QOR_OBJECT *object, int32_t status) {
 
 void method_write_object() {
     const Object_var object = pop_object();
-    SERIAL_WRITE(pop_file(), object);
+    SERIAL_WRITE(pop_int(), object);
 }
 
 void method_read_object() {
     Object_var object;
     int32_t status;
-    SERIAL_READ_OBJECT(pop_file(), &object, &status);
+    SERIAL_READ_OBJECT(pop_int(), &object, &status);
     push_read(object, status);
 }
 
 void method_load_object() {
-    Strng name;
-    QORCPU_POPS(&name);
+    const std::string name = pop_text();
     Object_var object;
     int32_t file, status;
-    TEXTFILE_OPEN(&file, name, &status);
+    TEXTFILE_OPEN(&file, borrow(name), &status);
     if (status) {
         SERIAL_READ_OBJECT(file, &object, &status);
         TEXTFILE_CLOSE(&file);
@@ -232,10 +219,9 @@ void method_load_object() {
 
 void method_save_object() {
     const Object_var object = pop_object();
-    Strng name;
-    QORCPU_POPS(&name);
+    const std::string name = pop_text();
     int32_t file, status;
-    TEXTFILE_CREATE(&file, name, &status);
+    TEXTFILE_CREATE(&file, borrow(name), &status);
     if (status) {
         SERIAL_WRITE(file, object);
         TEXTFILE_CLOSE(&file); // aborts when something could not be written

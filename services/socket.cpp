@@ -12,7 +12,7 @@
 #include "qor/blob.h"
 #include "qor/btyp.h"
 #include "qor/msg.h"
-#include "qor/qorcpu.h"
+#include "services/arguments.hpp"
 
 namespace qor {
 
@@ -230,12 +230,6 @@ void socket_put(const int32_t *id, std::string_view bytes) { put(*id, "PUT", byt
 // --- class SOCKET --------------------------------------------------------------------
 
 namespace {
-
-int32_t pop_int() {
-    int32_t value = 0;
-    QORCPU_POPI(&value);
-    return value;
-}
 
 void method_open() {
     const int32_t port = pop_int();

@@ -5,7 +5,7 @@
 
 #include "object/class.hpp"
 #include "platform/platform.hpp"
-#include "qor/qorcpu.h"
+#include "services/arguments.hpp"
 #include "services/qorio.hpp"
 #include "services/textfile.hpp"
 #include "services/textfile_table.hpp"
@@ -15,18 +15,6 @@ namespace qor {
 namespace {
 
 Strng work; // the text of the method that writes
-
-int32_t pop_int() {
-    int32_t value;
-    QORCPU_POPI(&value);
-    return value;
-}
-
-std::string pop_name() {
-    Strng name;
-    QORCPU_POPS(&name);
-    return std::string(name.text());
-}
 
 void push_new(QOR_OBJECT *object) { QORCPU_PUSH_OBJ_REF(object); }
 
@@ -53,7 +41,7 @@ void open_and_push(Open_kind kind, const char *operation, const std::string &nam
 }
 
 void method_open() {
-    const std::string name = pop_name();
+    const std::string name = pop_text();
     if (const Text_file *open = find_conflict(name, File_mode::WRITE)) {
         return refuse("OPEN", name,
                       " is open for write operations " + std::to_string(open - text_files) + "." +
@@ -63,13 +51,13 @@ void method_open() {
 }
 
 void method_open_append() {
-    const std::string name = pop_name();
+    const std::string name = pop_text();
     if (find_conflict(name, File_mode::READ)) return refuse("OPEN_APPEND", name, " is open for read operations");
     open_and_push(Open_kind::APPEND, "OPEN_APPEND", name);
 }
 
 void method_create() {
-    const std::string name = pop_name();
+    const std::string name = pop_text();
     if (find_conflict(name, File_mode::READ)) return refuse("CREATE", name, " is already open");
     open_and_push(Open_kind::CREATE, "CREATE", name);
 }
@@ -144,8 +132,7 @@ void method_writeln() {
 }
 
 void method_write_object() {
-    Object_var object;
-    QORCPU_POP_OBJ(&object);
+    const Object_var object = pop_object();
     const int32_t id = pop_int();
     if (object) TEXTFILE_WRITE_OBJECT(&id, object);
 }
@@ -183,11 +170,11 @@ void method_get_pos() {
 
 // --- files by name -----------------------------------------------------------------
 
-void method_exists() { QORCPU_PUSHB(platform::is_readable_file(pop_name())); }
-void method_remove() { QORCPU_PUSHB(platform::remove_file(pop_name())); }
+void method_exists() { QORCPU_PUSHB(platform::is_readable_file(pop_text())); }
+void method_remove() { QORCPU_PUSHB(platform::remove_file(pop_text())); }
 
 void method_get_files() {
-    const std::string pattern = pop_name();
+    const std::string pattern = pop_text();
     Object_var list;
     BTYP_create_list(&list);
     for (const std::string &name : platform::find_files(pattern)) {
@@ -200,7 +187,7 @@ void method_get_files() {
 
 // The name is a pattern: what it finds first decides.
 void method_is_directory() {
-    std::string name = pop_name();
+    std::string name = pop_text();
     while (name.size() > 1 && name.ends_with(platform::SEPARATOR)) name.pop_back();
     const size_t last = name.rfind(platform::SEPARATOR) + 1;
     if (name.find_first_of("*?", last) != name.npos) {
@@ -220,11 +207,11 @@ void push_size(const std::string &name, std::string_view units) {
     QORCPU_PUSHI(size < INT32_MAX ? static_cast<int32_t>(size) : INT32_MAX);
 }
 
-void method_get_filesize() { push_size(pop_name(), "B"); }
+void method_get_filesize() { push_size(pop_text(), "B"); }
 
 void method_get_filesize2() {
-    const std::string units = pop_name();
-    push_size(pop_name(), units);
+    const std::string units = pop_text();
+    push_size(pop_text(), units);
 }
 
 // The time as HHMMSS first, then the date as YYYYMMDD; both -1 without a file.
@@ -240,17 +227,17 @@ void push_date(const platform::File_info &info, int64_t seconds) {
 }
 
 void method_get_filedate() {
-    const platform::File_info info = platform::file_info(pop_name());
+    const platform::File_info info = platform::file_info(pop_text());
     push_date(info, info.written);
 }
 
 void method_get_filecreatedate() {
-    const platform::File_info info = platform::file_info(pop_name());
+    const platform::File_info info = platform::file_info(pop_text());
     push_date(info, info.created);
 }
 
 // Files have no hidden attribute here: the file stays as it is.
-void method_set_hidden() { pop_name(); }
+void method_set_hidden() { pop_text(); }
 
 constexpr Native_method METHODS[] = {
     {"OPEN", method_open, 1, 2, 'P', "[s file][i fileid,b status]"},

@@ -10,7 +10,7 @@
 #include "kernel/lifecycle.hpp"
 #include "object/class.hpp"
 #include "platform/platform.hpp"
-#include "qor/qorcpu.h"
+#include "services/arguments.hpp"
 
 namespace qor {
 
@@ -99,12 +99,6 @@ int64_t running_millis() {
 }
 
 // --- the stack ---------------------------------------------------------------------
-
-int32_t pop_int() {
-    int32_t value = 0;
-    QORCPU_POPI(&value);
-    return value;
-}
 
 Fields pop_fields() { return fields_of(pop_int()); }
 

@@ -1,6 +1,9 @@
 // What scripts can not reach of the object streams: lines of any number and
 // length, streams that break off anywhere, types of plug-ins, the end of the
 // swap file.
+#include <sys/resource.h>
+
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -216,18 +219,46 @@ TEST_F(Stream, AMethodMayChangeWhatIsWritten) {
     change = nullptr;
 }
 
+void file_object(const std::string &text) {
+    QORCPU_PUSHS_C(text.c_str());
+    QORCPU_DO_METHOD_BY_NAME_C("QOR", "FILE_OBJECT");
+}
+
 TEST_F(Stream, TheSwapFileGoesWithTheKernel) {
-    OPTION_SETOPT_C("temp_dir", directory.c_str());
-    const std::string swap = directory + "/tmpobj.dat";
+    OPTION_SETOPT_C("temp_dir", ".");
     EXPECT_EXIT(
         {
-            QORCPU_PUSHI(7);
-            QORCPU_DO_METHOD_BY_NAME_C("QOR", "FILE_OBJECT");
+            fs::current_path(directory);
+            file_object("first");
+            QORCPU_PUSHS_C("/");
+            QORCPU_DO_METHOD_BY_NAME_C("DIRECTORY", "CHANGE");
+            const std::string swap = directory + "/tmpobj.dat";
             const bool was_there = fs::exists(swap);
             QORPROC_TERMINATE();
             _exit(was_there && !fs::exists(swap) ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST_F(Stream, TheSwapFileTakesNoObjectThatItCanNotGiveBack) {
+    OPTION_SETOPT_C("temp_dir", directory.c_str());
+    const char message[] = "ODB: unable to write to 0:10";
+    const auto into_a_full_disk = [] {
+        file_object("first");
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{8192, 8192};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        file_object(std::string(100000, 'x'));
+    };
+    EXPECT_ABORT(into_a_full_disk(), message);
+    const auto into_another_file = [&] {
+        file_object("first");
+        int32_t file = 0, status;
+        TEXTFILE_CLOSE(&file);
+        TEXTFILE_CREATE(&file, text_of(path), &status);
+        file_object("second");
+    };
+    EXPECT_ABORT(into_another_file(), message);
 }
 
 } // namespace
