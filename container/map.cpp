@@ -121,6 +121,7 @@ std::vector<Map_node *> by_terminated_key(QOR_MAP *map, bool descending) {
         return descending ? order > 0 : order < 0;
     });
     std::vector<Map_node *> nodes;
+    nodes.reserve(entries.size());
     for (const Entry &e : entries) nodes.push_back(e.node);
     return nodes;
 }
@@ -370,8 +371,22 @@ void MAP_INSERT_OBJECT_C(QOR_MAP *map, const char *key, QOR_OBJECT *object) {
 
 void MAP_INSERT_SVALUE(QOR_MAP *map, STRNG key, STRNG value) {
     Object_var object;
-    BTYP_create_string(&object, value);
-    MAP_INSERT_MOVED(map, key, &object);
+    if (!check_map(map) || key.length == 0 || !check_key(view(key))) return;
+    if (view(key) == DEFAULT_KEY) {
+        BTYP_create_string(&object, value);
+        return put_default(map, &object);
+    }
+    // A text that only this entry has, or had before the map was cleared, takes
+    // the new one.
+    Map_node *node = map->trie.find_or_create(view(key));
+    if (is_own_text(node->object)) return refill_string(node->object, view(value));
+    if (!node->object && is_reusable_string(node->spare)) {
+        std::swap(node->spare, *&object);
+        refill_string(object, view(value));
+    } else {
+        BTYP_create_string(&object, value);
+    }
+    put(map, node, &object);
 }
 
 void MAP_INSERT_SVALUE_C(QOR_MAP *map, const char *key, STRNG value) { MAP_INSERT_SVALUE(map, borrow(key), value); }

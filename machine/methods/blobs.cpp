@@ -34,7 +34,7 @@ template <typename T> void read_value(const char *method, int32_t (*read)(QOR_BL
     const Object_var object = pop_object();
     QOR_BLOB *blob;
     if (!get_blob(method, object, &blob)) return;
-    T value;
+    T value{};
     const bool found = read(blob, &value) != 0;
     if (found) push(value);
     qorcpu_push_boolean(found);
