@@ -6,14 +6,15 @@ JOBS ?= $(shell nproc)
 PACKAGES = sh cmake/packages.sh
 
 BUILD_PACKAGES = g++ cmake ninja-build nettle-dev
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev
+# npm fetches a debugger client; that of another Node.js than Debian's does too.
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev $(if $(shell command -v npm 2>/dev/null),,npm)
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
 EXAMPLE = examples/atlas
 RESULTS = build/example-results
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS = compile_fuzz stream_fuzz serial_fuzz
+FUZZ_TARGETS = compile_fuzz stream_fuzz serial_fuzz csv_fuzz
 
 .PHONY: all run build test asan bench lint format fuzz docs install package clean
 
@@ -50,7 +51,7 @@ lint:
 	@$(PACKAGES) $(LINT_PACKAGES)
 	@git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format --dry-run -Werror
 	@cmake --preset release -DQOR_TESTS=ON
-	@git ls-files '*.cpp' | grep -v -e '^tests/' | xargs -P $(JOBS) -n 4 clang-tidy -p build --quiet
+	@git ls-files '*.cpp' | grep -v -e '^tests/' | xargs -P $(JOBS) -n 1 clang-tidy -p build --quiet
 
 format:
 	@git ls-files '*.cpp' '*.hpp' '*.h' '*.c' | xargs clang-format -i
