@@ -124,6 +124,15 @@ void IMEM_PATCH(int32_t index, uint32_t target) {
     i.target = target;
 }
 
+void IMEM_SET_BREAKPOINT(uint32_t source, uint32_t line, uint32_t value) {
+    for (uint32_t i = 0; i <= count; ++i) {
+        Instruction &instruction = imem_program[i];
+        if (instruction.source != source || instruction.line != line) continue;
+        instruction.break_flag = value;
+        return;
+    }
+}
+
 uint32_t IMEM_GET_COUNT() { return count; }
 
 uint32_t IMEM_GET_START() {

@@ -68,6 +68,8 @@ void IMEM_EMIT_PEND();
 // The emitters read source and line through these two addresses.
 void IMEM_SET_SOURCE(const uint32_t *source, const uint32_t *line);
 void IMEM_PATCH(int32_t index, uint32_t target);
+// Sets the break flag of the first instruction of a line, and of no other one.
+void IMEM_SET_BREAKPOINT(uint32_t source, uint32_t line, uint32_t value);
 uint32_t IMEM_GET_COUNT();
 uint32_t IMEM_GET_START();
 Instruction *IMEM_GET_INSTRUCTION(uint32_t index);

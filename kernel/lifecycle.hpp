@@ -44,6 +44,7 @@ void odb_terminate();
 void option_terminate();
 void imem_terminate();
 void link_terminate();
+void dbgp_terminate();
 void socket_terminate();
 void textfile_terminate();
 void lex2_terminate();

@@ -52,9 +52,10 @@ constexpr void (*INIT_ORDER[])() = {
 };
 
 constexpr void (*TERMINATE_ORDER[])() = {
-    PLUGIN_UNLOAD_ALL, geom_bridge_disconnect, codec_bridge_disconnect, qorrun_terminate,  odb_terminate,
-    option_terminate,  link_terminate,         imem_terminate,          socket_terminate,  textfile_terminate,
-    lex2_terminate,    blob_terminate,         qormeth_terminate,       qorcomp_terminate, qorio_terminate,
+    PLUGIN_UNLOAD_ALL, geom_bridge_disconnect, codec_bridge_disconnect, qorrun_terminate,
+    odb_terminate,     option_terminate,       dbgp_terminate,          link_terminate,
+    imem_terminate,    socket_terminate,       textfile_terminate,      lex2_terminate,
+    blob_terminate,    qormeth_terminate,      qorcomp_terminate,       qorio_terminate,
 };
 
 // Ends the process when the module is missing: nobody catches an abort yet.

@@ -5,7 +5,9 @@
 
 #include "container/map.hpp"
 #include "kernel/lifecycle.hpp"
+#include "kernel/option.hpp"
 #include "kernel/upcalls.hpp"
+#include "machine/dbgp/dbgp.hpp"
 #include "machine/methods/methods.hpp"
 #include "machine/trace.hpp"
 #include "object/map_access.hpp"
@@ -18,6 +20,7 @@ int32_t qorcpu_stack_top = 0;
 uint32_t qorcpu_pstack_top = 0;
 Instruction *qorcpu_instr = nullptr;
 MSG qorcpu_msg = nullptr;
+bool qorcpu_debugged = false;
 
 // Written at the depth of the caller before the test for an overflow, so one
 // cell more than there are depths.
@@ -511,20 +514,97 @@ bool run_instructions() {
     }
 }
 
+// A body under the debugger. Every instruction runs by its kind and every call in
+// a loop of its own, so that a step over stays in this one.
+void run_debugged_body() {
+    int32_t mode = BREAK_NONE;
+    const Instruction *stepped = nullptr; // a step over ends where the line is not this one's
+    for (;;) {
+        Instruction *at = qorcpu_instr = IMEM_FETCH();
+        if (at->break_flag) {
+            mode = DBGP_BREAK();
+            stepped = at;
+        } else if (mode == BREAK_STEP_OVER) {
+            if (!stepped) {
+                stepped = at;
+            } else if (stepped->line != at->line) {
+                mode = DBGP_BREAK();
+                // Kept: the step starts from the next instruction's line.
+                stepped = nullptr;
+            }
+        } else if (mode == BREAK_RUN || mode == BREAK_STEP_INTO) {
+            mode = BREAK_NONE;
+        }
+        if (at->kind == KIND_RETURN || at->kind == KIND_PEND) return;
+        execute(at);
+    }
+}
+
+void rebind_abort() {
+    int32_t status;
+    CLASS_CREATE_METHOD_C("QOR", "ABORT", qorcpu_abort, 0, 0, 'P', "", &status);
+}
+
 } // namespace
 
 void QORCPU_EXECUTE_PROC(uint32_t address) {
     if (!enter_frame(address, imem_next)) return;
     IMEM_SET_PC(address);
-    run_instructions();
+    if (qorcpu_debugged) [[unlikely]]
+        run_debugged_body();
+    else
+        run_instructions();
     imem_next = leave_frame();
 }
 
-void QORCPU_RUN() {
-    int32_t status;
-    CLASS_CREATE_METHOD_C("QOR", "ABORT", qorcpu_abort, 0, 0, 'P', "", &status);
+void QORCPU_RUN_PROGRAM() {
+    rebind_abort();
     IMEM_SET_PC(IMEM_GET_START());
     if (run_instructions()) frame_underflow(); // a RETURN of the main program
+}
+
+void QORCPU_RUN() {
+    std::string client;
+    if (option_text("dbgp", &client) && !client.empty())
+        QORCPU_RUN_DBGP(client.c_str());
+    else
+        QORCPU_RUN_PROGRAM();
+}
+
+void qorcpu_begin_stepping() {
+    rebind_abort();
+    IMEM_SET_PC(IMEM_GET_START());
+    qorcpu_instr = IMEM_FETCH();
+    QORCPU_STEP();
+}
+
+int32_t QORCPU_STEP() {
+    if (qorcpu_instr->kind == KIND_PEND) return 0;
+    // Of a body that was stepped into: a called one ends in its own loop.
+    if (qorcpu_instr->kind == KIND_RETURN)
+        imem_next = leave_frame();
+    else
+        execute(qorcpu_instr);
+    qorcpu_instr = IMEM_FETCH();
+    return 1;
+}
+
+int32_t QORCPU_STEP_INTO() {
+    if (qorcpu_instr->kind != KIND_PUSHAP) return 1;
+    Ap *path = qorcpu_instr->path;
+    const Object_var object = Object_var::share(path ? AP_resolve(path) : nullptr);
+    if (!object) {
+        unknown_attribute(path);
+        return 1;
+    }
+    OBJ_display_object(object);
+    if (type_of(object) != TYPE_METHOD || method_of(object)->kind != METHOD_SCRIPT) return 1;
+    // Kept: THIS stays the caller's.
+    const uint32_t address = method_of(object)->address;
+    if (!enter_frame(address, imem_next)) return 1;
+    IMEM_SET_PC(address);
+    qorcpu_instr = IMEM_FETCH();
+    return 1;
 }
 
 uint32_t QORCPU_GET_PSTACK_SIZE() { return qorcpu_pstack_top; }

@@ -21,7 +21,8 @@ extern MSG qorcpu_msg;
 
 // --- run ---------------------------------------------------------------------
 
-void QORCPU_RUN();
+void QORCPU_RUN(); // under the debugger where the option dbgp has a value
+void QORCPU_RUN_PROGRAM();
 void QORCPU_EXECUTE_PROC(uint32_t address);
 uint32_t QORCPU_GET_PSTACK_SIZE();
 int32_t QORCPU_GET_STACK_SIZE();
@@ -30,6 +31,15 @@ void QORCPU_SET_STACK_SIZE(int32_t depth);
 void QORCPU_PROC_NAME(uint32_t address, STRNG *name);
 void QORCPU_SOURCE_NAME(uint32_t source, STRNG *name);
 bool QORCPU_IS_CALLED_BY(STRNG name);
+
+// For the debugger, which then owns the main program's position. Beginning stands
+// at the first instruction of the main program: the jump over the bodies has run.
+void qorcpu_begin_stepping();
+int32_t QORCPU_STEP();      // executes the current instruction and fetches; 0 at the end
+int32_t QORCPU_STEP_INTO(); // shows what a name leads to, and enters it when it is a script body; always 1
+// Set while a client is connected: calls look at the break flags.
+extern bool qorcpu_debugged;
+
 // The map is a function from its keys to its entries: the top object is popped
 // as the key; the entry is pushed as a copy, or run.
 void qorcpu_apply_map(QOR_MAP *map);
