@@ -15,6 +15,7 @@ namespace {
 namespace platform = qor::platform;
 
 constexpr int OUTPUT_LOST = 3;
+constexpr const char *SWAP_FILE = "tmpobj.dat"; // what the kernel puts into a temporary directory
 
 std::string temp_dir; // of this run alone; empty while there is none
 
@@ -28,7 +29,9 @@ void remove_temp_dir() {
 // not writable.
 const char *make_temp_dir() {
     temp_dir = platform::make_private_directory();
-    return temp_dir.empty() ? nullptr : temp_dir.c_str();
+    if (temp_dir.empty()) return nullptr;
+    platform::remove_when_killed(temp_dir, SWAP_FILE);
+    return temp_dir.c_str();
 }
 
 // A run whose output did not get out has not succeeded.

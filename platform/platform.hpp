@@ -78,6 +78,9 @@ void reserve_standard_handles();
 // Runs a procedure when a closed pipe ends the program, which then ends as a
 // closed pipe ends it.
 void on_broken_pipe(void (*procedure)());
+// Removes a file and then its directory, when the directory is empty by then,
+// should a signal from outside end the program. Ignored signals stay ignored.
+void remove_when_killed(const std::string &directory, const std::string &file);
 // Runs a program and waits for its end: its exit code, 128 + n when signal n
 // ended it, -1 when it could not be started. The first word is the program, found
 // through PATH. It has the standard streams, and signals as this program was

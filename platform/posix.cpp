@@ -284,6 +284,34 @@ void on_broken_pipe(void (*procedure)()) {
 
 namespace {
 
+std::string killed_directory;
+std::string killed_file;
+
+// Only what is safe at any moment: two calls of the system with texts that lie
+// ready.
+void remove_and_end(int signal) {
+    unlink(killed_file.c_str());
+    rmdir(killed_directory.c_str());
+    raise(signal);
+}
+
+} // namespace
+
+void remove_when_killed(const std::string &directory, const std::string &file) {
+    killed_directory = directory;
+    killed_file = directory + SEPARATOR + file;
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        struct sigaction action = {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler != SIG_DFL) continue;
+        action.sa_handler = remove_and_end;
+        action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+namespace {
+
 // How the program takes signals while a child runs, put back at the end. The
 // terminal's are ignored: they are the child's. The child's end must be kept for
 // waiting, also when the program was started with it ignored, and must not

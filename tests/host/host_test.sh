@@ -158,6 +158,15 @@ if [ -c /dev/full ]; then
     run -cgi -log /dev/full -script hello.qor
     expect "a log that can not be written" "3 hello" "$status $(head -n 1 "$work/out")"
 fi
+# A run that is killed leaves no directory behind, whatever it had put away there.
+mkdir "$work/killed"
+echo "1 FILE_OBJECT POP 'away' TEXTFILE.CREATE POP POP 60000 SLEEP" >sleep.qor
+TMPDIR=$work/killed "$qor" -cgi -script sleep.qor >"$work/out" 2>&1 &
+for _ in $(seq 200); do [ -f away ] || sleep 0.05; done
+kill -TERM $!
+wait $! 2>/dev/null
+expect "a killed run" "143 " "$? $(ls "$work/killed")"
+
 if [ -r /proc/self/mem ]; then
     program 3 '*** ERROR *** TEXTFILE(READLN) error reading file /proc/self/mem: Input/output error' \
         "'/proc/self/mem' TEXTFILE.OPEN POP TEXTFILE.READLN"
