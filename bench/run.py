@@ -17,7 +17,7 @@ import time
 PROGRAMS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "programs")
 LINES = 1_000_000
 RECORDS = 500_000
-RECORDS_IN_STREAM = 200_000
+RECORDS_IN_STREAM = 360_000 # 100 MB in the stream form
 MODULUS = 1000003
 
 # Name, command, ending of its programs, argument that gives its version.
@@ -39,7 +39,7 @@ TASKS = [
     ("map", "fill and read a map of 400,000 keys"),
     ("count", "count 1,000,000 lines by a field"),
     ("transfer", "route 1,000,000 lines by a field, write two of three branches"),
-    ("stream", "write 200,000 records of nine fields and a list, read them back (Python: json)"),
+    ("stream", "write 360,000 records of nine fields and a list (100 MB), read them back (Python: json)"),
     ("stream_pickle", "the same (Python: pickle)"),
 ]
 
@@ -281,7 +281,8 @@ def started(pid):
 
 
 def memory(work, qor):
-    """Peak memory of the transfer for one and for ten copies of the input: it must not grow with the input."""
+    """Peak memory of the transfer for one and for ten copies of the input, and of writing and reading a long stream: it
+    must not grow with what goes through."""
     tenfold = os.path.join(work.folder, "tenfold.csv")
     with open(tenfold, "wb") as target:
         for _ in range(10):
@@ -297,6 +298,10 @@ def memory(work, qor):
         sys.exit("bench: the transfer of ten copies wrote %d bytes, of one copy %d" % (written[1], written[0]))
     print("\nPeak memory of the QorScript transfer: %.1f MiB for the input, %.1f MiB for ten copies of it, ratio %.2f"
           % (peaks[0], peaks[1], peaks[1] / peaks[0]))
+    peak = [0]
+    run(command(qor, "qor", "stream", work.input, work.out), work.folder, work.out, peak_watcher(peak))
+    print("Peak memory of writing and reading a stream of %.0f MB: %.1f MiB"
+          % (os.path.getsize(os.path.join(work.out, "stream")) / 1e6, peak[0] / 1024))
 
 
 main()

@@ -11,7 +11,7 @@ def main():
     name = sys.argv[2] + "/stream"
     records = [record(i) for i in range(1000)]
     with open(name, "wb") as file:
-        for _ in range(200):
+        for _ in range(360):
             for r in records:
                 pickle.dump(r, file)
     count = sum = 0
