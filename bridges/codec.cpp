@@ -1,10 +1,9 @@
 // The bridge to the codec module. Its entries are not exported again.
-#include "bridges/codec.hpp"
-
 #include <cstdio>
 #include <string>
 
 #include "kernel/lifecycle.hpp"
+#include "kernel/upcalls.hpp"
 #include "platform/platform.hpp"
 
 namespace qor {

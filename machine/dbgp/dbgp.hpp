@@ -73,6 +73,5 @@ void dbgp_add_list(const Object_var &element);                     // a body of 
 Object_var dbgp_element(const char *tag);
 
 std::string dbgp_file_uri(); // of the current instruction's source; file:// alone when it can not be found
-std::string dbgp_decode(std::string_view uri);
 
 } // namespace qor

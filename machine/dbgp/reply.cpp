@@ -57,11 +57,6 @@ void append_content(QOR_OBJECT *content, STRNG *out) {
 constexpr std::string_view PLAIN_CHARACTERS =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/-._~!$()*+,;=:@";
 
-int hex_digit(char c) {
-    const size_t digit = std::string_view("0123456789abcdef0123456789ABCDEF").find(c);
-    return digit == std::string_view::npos ? -1 : static_cast<int>(digit % 16);
-}
-
 } // namespace
 
 void dbgp_set_attribute(const char *name, std::string_view value) {
@@ -153,17 +148,6 @@ std::string dbgp_file_uri() {
         }
     }
     return uri;
-}
-
-std::string dbgp_decode(std::string_view uri) {
-    std::string text;
-    for (size_t i = 0; i < uri.size(); ++i) {
-        const int high = uri[i] == '%' && i + 2 < uri.size() ? hex_digit(uri[i + 1]) : -1;
-        const int low = high >= 0 ? hex_digit(uri[i + 2]) : -1;
-        if (low >= 0) i += 2;
-        text += low >= 0 ? static_cast<char>(high * 16 + low) : uri[i];
-    }
-    return text;
 }
 
 } // namespace qor

@@ -14,8 +14,6 @@ namespace qor {
 
 namespace {
 
-constexpr size_t SCHEME_LENGTH = 7; // of file://
-
 // --- arguments --------------------------------------------------------------------
 
 bool has_argument(const char *key) { return MAP_TEST_KEY_C(dbgp_args, key) != 0; }
@@ -25,6 +23,27 @@ std::string argument(const char *key) {
 }
 
 uint32_t line_of(const char *key) { return static_cast<uint32_t>(dbgp_number(argument(key))); }
+
+// --- file URIs ------------------------------------------------------------------
+
+constexpr size_t SCHEME_LENGTH = 7; // of file://
+
+int hex_digit(char c) {
+    const size_t digit = std::string_view("0123456789abcdef0123456789ABCDEF").find(c);
+    return digit == std::string_view::npos ? -1 : static_cast<int>(digit % 16);
+}
+
+// Percent escapes as the bytes that they stand for; what is none stays.
+std::string decode(std::string_view uri) {
+    std::string text;
+    for (size_t i = 0; i < uri.size(); ++i) {
+        const int high = uri[i] == '%' && i + 2 < uri.size() ? hex_digit(uri[i + 1]) : -1;
+        const int low = high >= 0 ? hex_digit(uri[i + 2]) : -1;
+        if (low >= 0) i += 2;
+        text += low >= 0 ? static_cast<char>(high * 16 + low) : uri[i];
+    }
+    return text;
+}
 
 // --- breakpoints ------------------------------------------------------------------
 
@@ -42,7 +61,7 @@ Strng lower_case(std::string_view text) {
 // The number of the first source whose name the URI ends with, 0 when there is
 // none. Names are the paths by which the files were opened.
 uint32_t find_source(const std::string &uri) {
-    const Strng wanted = lower_case(dbgp_decode(uri));
+    const Strng wanted = lower_case(decode(uri));
     if (!sources()) return 0;
     Strng key;
     for (const Map_node *entry = map_first(sources()); entry; entry = map_next(entry)) {
@@ -204,7 +223,7 @@ Strng file_text(std::string_view name) {
 
 int32_t do_source() {
     const std::string uri = argument("f");
-    const Strng text = file_text(uri.size() > SCHEME_LENGTH ? dbgp_decode(uri.substr(SCHEME_LENGTH)) : "");
+    const Strng text = file_text(uri.size() > SCHEME_LENGTH ? decode(uri.substr(SCHEME_LENGTH)) : "");
     Strng encoded;
     CODEC_BASE64_ENCODE(text, &encoded);
     dbgp_set_attribute("encoding", "base64");

@@ -222,8 +222,8 @@ extern "C" QOR_API void CSV_INIT(const char *) {
 
 // Closes what an ended run left open.
 extern "C" QOR_API void CSV_TERMINATE() {
+    csv::sources.clear();
     for (const csv::File &file : std::exchange(csv::files, {}))
         if (file.writer) file.writer->close();
-    csv::sources.clear();
     MSG_REMOVE(&csv::channel);
 }
