@@ -1,25 +1,18 @@
 // Scripts: compiles and runs each. One that runs too long is no find, since a
 // script may loop; one that compiles too long is. One of 4n bytes compiles with
 // the option parse. The scripts of the tests are the seeds.
-#include <algorithm>
 #include <fstream>
-#include <sstream>
 
 #include "driver.hpp"
 #include "qor/qor.h"
 
 namespace {
 
-std::vector<std::string> language() {
-    std::stringstream text(
-        "MAP END_MAP => PROCEDURE END_PROCEDURE CLASS END_CLASS METHOD END_METHOD IF THEN ELSIF ELSE END_IF WHILE "
-        "DO END_WHILE FOREACH END_FOREACH BREAK CONTINUE RETURN DISPLAY ERROR STATUS -> = == <> < <= > >= , . ! $ "
-        "|MARKLOT |VERSION TRUE FALSE ROOT ROOT.VAR &ROOT &VAR.N LOCAL.A THIS IN OUT OPT SOURCES CLASSES NATIVE "
-        "PROCEDURES DEFAULT QOR MESSAGE VERSION 0 1 -1 2147483647 3000000000 0.5 '' ' 'x',VAR.N,$ A..B ");
-    std::vector<std::string> words = {"\n|INCL input.qor\n", "'a b'", "\t"};
-    for (std::string word; text >> word;) words.push_back(word);
-    return words;
-}
+constexpr char WORDS[] =
+    "MAP~END_MAP~=>~PROCEDURE~END_PROCEDURE~CLASS~END_CLASS~METHOD~END_METHOD~IF~THEN~ELSIF~ELSE~END_IF~WHILE~DO~"
+    "END_WHILE~FOREACH~END_FOREACH~BREAK~CONTINUE~RETURN~DISPLAY~ERROR~STATUS~->~=~==~<>~<~<=~>~>=~,~.~!~$~|MARKLOT~"
+    "|VERSION~TRUE~FALSE~ROOT~ROOT.VAR~&ROOT~&VAR.N~LOCAL.A~THIS~IN~OUT~OPT~SOURCES~CLASSES~NATIVE~PROCEDURES~"
+    "DEFAULT~QOR~MESSAGE~VERSION~0~1~-1~2147483647~3000000000~0.5~''~'~'x',VAR.N,$~A..B~\n|INCL input.qor\n~'a b'~\t";
 
 void redefine_word(std::string &s) { s.insert(0, "MAP " + fuzz::any(fuzz::words) + " a => 1 END_MAP\n"); }
 
@@ -49,5 +42,5 @@ void run(const std::string &input) {
 } // namespace
 
 int main(int argc, char **argv) {
-    return fuzz::main(argc, argv, {"compile_fuzz", {".qor", ".inc"}, " ", language(), redefine_word, tame, run});
+    return fuzz::main(argc, argv, {"compile_fuzz", {".qor", ".inc"}, " ", WORDS, redefine_word, tame, run});
 }

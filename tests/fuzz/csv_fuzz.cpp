@@ -17,9 +17,7 @@ namespace {
 constexpr char SCRIPT[] = R"(|LOAD csv
 'input,header=no' . OPT.syntax CSV_OPEN
 'output,header=no' . OPT.syntax CSV.CREATE POP => VAR.OUT
-WHILE CSV_READ_OBJECT DO
-  VAR.OUT &IN CSV.WRITE
-END_WHILE
+WHILE CSV_READ_OBJECT DO VAR.OUT &IN CSV.WRITE END_WHILE
 )";
 
 struct Syntax {
@@ -120,7 +118,6 @@ void run(const std::string &input) {
 } // namespace
 
 int main(int argc, char **argv) {
-    std::vector<std::string> words = {
-        "\"a\"", "\"\"", "\"a,b\"", "\"\n\"", "x", "", ",", "\r\n", std::string(300, 'x')};
-    return fuzz::main(argc, argv, {"csv_fuzz", {".csv"}, ",", words, mutate, nullptr, run});
+    return fuzz::main(argc, argv,
+                      {"csv_fuzz", {".csv"}, ",", "\"a\"~\"\"~\"a,b\"~\"\n\"~x~~,~\r\n", mutate, nullptr, run});
 }

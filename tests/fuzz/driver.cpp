@@ -37,13 +37,14 @@ Shared *shared = nullptr; // written by the child, read by the parent
 std::vector<std::string> seeds;
 
 void fill_words(const Target &target) {
-    std::set<std::string> all;
+    std::set<std::string> all = {std::string(1025, 'k')}; // no map can hold it
     for (const std::string &seed : seeds) {
         std::stringstream text(seed);
         for (std::string word; text >> word;) all.insert(word);
     }
-    words = target.words;
-    words.insert(words.end(), all.begin(), all.end());
+    std::stringstream own(target.words);
+    for (std::string word; std::getline(own, word, '~');) all.insert(word);
+    words.assign(all.begin(), all.end());
 }
 
 void mutate(std::string &s, const Target &target) {
@@ -103,9 +104,8 @@ std::string verdict(int status, const fs::path &report) {
 bool reached_new_code() {
     static std::vector<uint8_t> seen(GUARDS);
     bool is_new = false;
-    for (size_t i = 0; i < GUARDS; ++i) {
+    for (size_t i = 0; i < GUARDS; ++i)
         if (shared->reached[i] && !seen[i]) is_new = seen[i] = true;
-    }
     return is_new;
 }
 

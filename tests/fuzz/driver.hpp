@@ -18,7 +18,7 @@ struct Target {
     const char *name;
     std::vector<std::string> extensions;     // of the seeds; the first is that of the finds
     const char *gap;                         // what stands between two words
-    std::vector<std::string> words;          // the language's; those of the seeds are added
+    std::string words;                       // the language's, ~ between two; those of the seeds are added
     void (*mutate)(std::string &) = nullptr; // the target's own mutation, one of eight
     void (*tame)(std::string &) = nullptr;   // takes out what an input must not do
     // Runs one input. In the child, after QORPROC_INIT in the parent: the current

@@ -16,22 +16,14 @@ PROCEDURE USE
   => VAR.O
   &VAR.O SERIAL.DISPLAY_OBJECT
   'output' &VAR.O SERIAL.SAVE_OBJECT POP
-  IF 'output' SERIAL.LOAD_OBJECT THEN
-    => VAR.AGAIN
-    VAR.OUT &VAR.AGAIN SERIAL.WRITE_OBJECT
-  END_IF
-  &VAR.O CHECK
-  &VAR.O DUP => VAR.COPY
+  IF 'output' SERIAL.LOAD_OBJECT THEN => VAR.AGAIN VAR.OUT &VAR.AGAIN SERIAL.WRITE_OBJECT END_IF
+  &VAR.O CHECK &VAR.O DUP => VAR.COPY
 END_PROCEDURE
 'all' TEXTFILE.CREATE POP => VAR.OUT
 'input' TEXTFILE.OPEN POP => VAR.IN
 TRUE => VAR.MORE
 WHILE VAR.MORE DO
-  IF VAR.IN SERIAL.READ_OBJECT THEN
-    USE
-  ELSE
-    IF VAR.IN TEXTFILE.READLN THEN POP ELSE FALSE => VAR.MORE END_IF
-  END_IF
+  IF VAR.IN SERIAL.READ_OBJECT THEN USE ELSIF VAR.IN TEXTFILE.READLN THEN POP ELSE FALSE => VAR.MORE END_IF
 END_WHILE
 )";
 
@@ -63,11 +55,8 @@ void run(const std::string &input) {
 } // namespace
 
 int main(int argc, char **argv) {
-    std::vector<std::string> words = {
-        "STRING",          "INT",     "LONG", "REAL",    "BOOLEAN", "LIST",        "MAP",  "NULL",   "}",    "MODEL",
-        "PRODUCT",         "USER",    "JOB",  "SESSION", "META",    "!",           "true", "'NULL'", "'",    "''",
-        "'a b'",           "DEFAULT", "LINK", "POINT",   "-1e5",    "99999999999", "\t",   "\n",     "\r\n", "1.5",
-        "\n|INCL input\n", "KEY"};
-    words.push_back(std::string(1025, 'k'));
+    const char *words =
+        "STRING~INT~LONG~REAL~BOOLEAN~LIST~MAP~NULL~}~MODEL~PRODUCT~USER~JOB~SESSION~META~!~true~'NULL'~'~''~"
+        "'a b'~DEFAULT~LINK~POINT~-1e5~99999999999~\t~\n~\r\n~1.5~\n|INCL input\n~KEY";
     return fuzz::main(argc, argv, {"serial_fuzz", {".txt", ".ver"}, " ", words, mutate, nullptr, run});
 }

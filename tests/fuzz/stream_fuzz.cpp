@@ -15,11 +15,9 @@ constexpr char SCRIPT[] = R"(
 PROCEDURE USE
   => VAR.O
   DISPLAY VAR.O
-  &VAR.O CHECK
-  VAR.OUT &VAR.O TEXTFILE.WRITE_OBJECT
+  &VAR.O CHECK VAR.OUT &VAR.O TEXTFILE.WRITE_OBJECT
   &VAR.O FILE_OBJECT UNFILE_OBJECT POP
-  IF &VAR.O PACK UNPACK THEN POP END_IF
-  VAR.O POP
+  IF &VAR.O PACK UNPACK THEN POP END_IF VAR.O POP
   IF &VAR.O 'K' INDEX_WITH_TEST THEN POP END_IF
 END_PROCEDURE
 PROCEDURE FILE
@@ -27,8 +25,7 @@ PROCEDURE FILE
   WHILE VAR.IN TEXTFILE.READ_OBJECT DO USE END_WHILE
 END_PROCEDURE
 PROCEDURE STRING
-  '' => VAR.TEXT
-  'input' TEXTFILE.OPEN POP => VAR.IN
+  '' => VAR.TEXT 'input' TEXTFILE.OPEN POP => VAR.IN
   WHILE VAR.IN TEXTFILE.READLN DO => VAR.LINE &VAR.TEXT VAR.LINE APP VAR.LF APP POP END_WHILE
   IF VAR.TEXT UNPACK THEN USE END_IF
 END_PROCEDURE
@@ -60,47 +57,8 @@ void run(const std::string &input) {
 } // namespace
 
 int main(int argc, char **argv) {
-    std::vector<std::string> words = {"0",
-                                      "1",
-                                      "2",
-                                      "3",
-                                      "4",
-                                      "5",
-                                      "6",
-                                      "7",
-                                      "8",
-                                      "9",
-                                      "10",
-                                      "12",
-                                      "13",
-                                      "14",
-                                      "31",
-                                      "99999",
-                                      "-1",
-                                      "ml",
-                                      "mo",
-                                      "em",
-                                      "lo",
-                                      "ll",
-                                      "ao",
-                                      "4000000000",
-                                      "sl 7",
-                                      "el",
-                                      "sr 7",
-                                      "ro",
-                                      "er",
-                                      "sa 7",
-                                      "ea",
-                                      "p 1.5 -2 3 4",
-                                      "ap 1",
-                                      "lp 1",
-                                      "DEFAULT",
-                                      "1e308",
-                                      "-.5",
-                                      "two words",
-                                      "",
-                                      "nan",
-                                      "lp 1.5 2.5 -99999999.999999 3"};
-    words.push_back(std::string(1025, 'k'));
+    const char *words =
+        "0~1~2~3~4~5~6~7~8~9~10~12~13~14~31~99999~-1~ml~mo~em~lo~ll~ao~4000000000~sl 7~el~sr 7~ro~er~sa 7~ea~"
+        "p 1.5 -2 3 4~ap 1~lp 1~DEFAULT~1e308~-.5~two words~~nan~lp 1.5 2.5 -99999999.999999 3";
     return fuzz::main(argc, argv, {"stream_fuzz", {".stream"}, "\n", words, mutate, nullptr, run});
 }

@@ -9,7 +9,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
+#include <sstream>
 #include <string>
 #include <thread>
 
@@ -155,6 +157,9 @@ class Debugger : public testing::Test {
         return "<response " + SPACES + attributes + " command=\"" + command + "\" transaction_id=\"" +
                std::to_string(id) + "\"" + body;
     }
+    static std::string enabled(const std::string &line, int id) {
+        return reply(" id=\"" + line + "\" state=\"enabled\"", "breakpoint_set", id);
+    }
     std::string place(const std::string &file, int line) const {
         return "filename=\"" + uri_ + file + "\" lineno=\"" + std::to_string(line) + "\"/></response>";
     }
@@ -162,6 +167,18 @@ class Debugger : public testing::Test {
                      int line) const {
         return reply(" status=\"" + status_word + "\" reason=\"ok\"", command, id,
                      "><xdebug:message " + place(file, line));
+    }
+    // Sends each with the next number; the program must stop there.
+    struct Step {
+        std::string command, file;
+        int line;
+        std::string word = "break";
+    };
+    void steps(int id, const std::vector<Step> &all) {
+        for (const auto &[command, file, line, word] : all) {
+            EXPECT_EQ(client.ask(command + " -i " + std::to_string(id)), stop(word, command, id, file, line));
+            ++id;
+        }
     }
     std::string set(int id, const std::string &file, int line) {
         return client.ask("breakpoint_set -i " + std::to_string(id) + " -t line -f " + uri_ + file + " -n " +
@@ -197,7 +214,7 @@ TEST_F(Debugger, FirstPacketAndSimpleReplies) {
               reply(" encoding=\"base64\"", "source", 6,
                     ">UFJPQ0VEVVJFIElOTkVSCiAgVkFSLk4gMTAgKyA9PiBWQVIuTgogIFZBUi5OIDEwMCArID0+IFZBUi5OCkVORF9QUk9DRURV"
                     "UkUK</response>"));
-    EXPECT_EQ(client.ask("run -i 7"), stop("stopped", "run", 7, "Main.qor", 14));
+    steps(7, {{"run", "Main.qor", 14, "stopped"}});
     EXPECT_EQ(client.hear(), "");
     EXPECT_EQ(finish(),
               "unsupported command no_command -i 4\nunsupported command q\"<& -i 4\n" + std::string(PLAIN_OUTPUT));
@@ -216,16 +233,15 @@ TEST_F(Debugger, TakesRequestsApart) {
     const std::string none = reply("", "property_get", 1, "></response>");
     EXPECT_EQ(client.ask("property_get -i 1 -n VAR.NO"), none);
     EXPECT_EQ(client.ask("property_get -n \"OPT.script\" -i 2"), named("OPT.script", "string", "Main.qor", 2));
-    EXPECT_EQ(client.ask("property_get --n- OPT.cgi -i 1"), named("OPT.cgi", "string", "", 1));
-    EXPECT_EQ(client.ask("property_get"), named("OPT.cgi", "string", "", 1));                 // the argument has stayed
-    EXPECT_EQ(client.ask("property_get -n \"OPT.script"), named("OPT.cgi", "string", "", 1)); // lost: not closed
-    EXPECT_EQ(client.ask("property_get -n"), named("OPT.cgi", "string", "", 1));
+    // An argument stays; one whose quote is not closed is lost.
+    for (const char *tail : {" --n- OPT.cgi -i 1", "", " -n \"OPT.script", " -n"})
+        EXPECT_EQ(client.ask(std::string("property_get") + tail), named("OPT.cgi", "string", "", 1)) << tail;
     EXPECT_EQ(client.ask("property_get -n OPT.script\""), none); // the last character belongs to the value
     EXPECT_EQ(client.ask("property_get -n  -i 1"), none);        // an empty value
     EXPECT_EQ(client.ask("property_get -n \"a b\" -f " + uri_ + "MAIN.QOR"), none);
-    EXPECT_EQ(client.ask("breakpoint_set -n 13"), reply(" id=\"13\" state=\"enabled\"", "breakpoint_set", 1));
+    EXPECT_EQ(client.ask("breakpoint_set -n 13"), enabled("13", 1)); // in the file of before
     EXPECT_EQ(client.ask("breakpoint_set -f " + uri_ + "%50art.inc -n 99999999999999999999"),
-              reply(" id=\"99999999999999999999\" state=\"enabled\"", "breakpoint_set", 1));
+              enabled("99999999999999999999", 1));
     EXPECT_EQ(client.ask("breakpoint_set -f file:///x/other.qor -n 1"),
               reply(" state=\"disabled\"", "breakpoint_set", 1));
     EXPECT_EQ(client.ask(std::string(1023, 'x')), reply("", std::string(1023, 'x'), 1));
@@ -237,33 +253,27 @@ TEST_F(Debugger, TakesRequestsApart) {
 
 TEST_F(Debugger, StopsInCalls) {
     attach();
-    EXPECT_EQ(set(1, "Main.qor", 4), reply(" id=\"4\" state=\"enabled\"", "breakpoint_set", 1));
-    EXPECT_EQ(set(2, "part.inc", 2), reply(" id=\"2\" state=\"enabled\"", "breakpoint_set", 2));
-    EXPECT_EQ(client.ask("run -i 3"), stop("break", "run", 3, "Main.qor", 4));
+    EXPECT_EQ(set(1, "Main.qor", 4), enabled("4", 1));
+    EXPECT_EQ(set(2, "part.inc", 2), enabled("2", 2));
+    steps(3, {{"run", "Main.qor", 4}});
     client.say("stop -i 4"); // neither ends a call nor is answered
     client.say("context_get -i 4");
-    EXPECT_EQ(client.ask("step_over -i 5"), stop("break", "step_over", 5, "part.inc", 2));
-    EXPECT_EQ(client.ask("step_over -i 6"), stop("break", "step_over", 6, "part.inc", 3));
+    steps(5, {{"step_over", "part.inc", 2}, {"step_over", "part.inc", 3}});
     EXPECT_NE(client.ask("property_get -i 7 -n VAR.N").find(">11</property>"), std::string::npos);
-    EXPECT_EQ(client.ask("step_over -i 8"), stop("break", "step_over", 8, "part.inc", 4));
     // The callee's loop ends; the caller's was left with a step over from line 4.
-    EXPECT_EQ(client.ask("step_over -i 9"), stop("break", "step_over", 9, "Main.qor", 5));
-    EXPECT_EQ(client.ask("run -i 10"), stop("stopped", "run", 10, "Main.qor", 14));
+    steps(8, {{"step_over", "part.inc", 4}, {"step_over", "Main.qor", 5}, {"run", "Main.qor", 14, "stopped"}});
     EXPECT_EQ(finish(), PLAIN_OUTPUT);
 }
 
 TEST_F(Debugger, StepsThroughTheMainProgram) {
     attach();
-    EXPECT_EQ(client.ask("step_into -i 1"), stop("break", "step_into", 1, "Main.qor", 11)); // no call: stays
-    EXPECT_EQ(client.ask("step_over -i 2"), stop("break", "step_over", 2, "Main.qor", 11)); // one instruction
-    EXPECT_EQ(client.ask("step_over -i 3"), stop("break", "step_over", 3, "Main.qor", 12));
-    EXPECT_EQ(client.ask("step_into -i 4"), stop("break", "step_into", 4, "Main.qor", 4));
+    // Stepping into no call stays; stepping over is one instruction.
+    steps(1, {{"step_into", "Main.qor", 11}, {"step_over", "Main.qor", 11}, {"step_over", "Main.qor", 12}});
+    steps(4, {{"step_into", "Main.qor", 4}});
     for (int i = 0; i < 12; ++i) client.ask("step_over -i 5"); // lines 4 with its call, 5 and 6 but for one
-    EXPECT_EQ(client.ask("step_over -i 6"), stop("break", "step_over", 6, "Main.qor", 7));
-    EXPECT_EQ(client.ask("step_over -i 7"), stop("break", "step_over", 7, "Main.qor", 13));
+    steps(6, {{"step_over", "Main.qor", 7}, {"step_over", "Main.qor", 13}});
     for (int i = 0; i < 5; ++i) client.ask("step_over -i 8");
-    EXPECT_EQ(client.ask("step_over -i 9"), stop("break", "step_over", 9, "Main.qor", 14));
-    EXPECT_EQ(client.ask("step_over -i 10"), stop("stop", "step_over", 10, "Main.qor", 14));
+    steps(9, {{"step_over", "Main.qor", 14}, {"step_over", "Main.qor", 14, "stop"}});
     EXPECT_EQ(client.hear(), "");
     EXPECT_EQ(finish(), "METHOD PROCEDURES.OUTER\n" + std::string(PLAIN_OUTPUT)); // what is entered is shown
 }
@@ -277,11 +287,9 @@ TEST_F(Debugger, ChangesBreakpointsOfTheMainScriptAlone) {
     EXPECT_EQ(client.ask("breakpoint_remove -i 3 -d 6"), reply(" id=\"6\" state=\"disabled\"", "breakpoint_remove", 3));
     client.ask("breakpoint_update -i 4 -d 6 -s enabled");
     client.ask("breakpoint_remove -i 5 -d 3"); // stays: it is the include's
-    EXPECT_EQ(client.ask("run -i 6"), stop("break", "run", 6, "part.inc", 3));
-    EXPECT_EQ(client.ask("run -i 7"), stop("break", "run", 7, "Main.qor", 6));
+    steps(6, {{"run", "part.inc", 3}, {"run", "Main.qor", 6}});
     // Stepping into is nothing here, and the late answer goes to the last request.
-    EXPECT_EQ(client.ask("step_into -i 8"), stop("break", "step_into", 8, "Main.qor", 13));
-    EXPECT_EQ(client.ask("run -i 9"), stop("stopped", "run", 9, "Main.qor", 14));
+    steps(8, {{"step_into", "Main.qor", 13}, {"run", "Main.qor", 14, "stopped"}});
     EXPECT_EQ(finish(), PLAIN_OUTPUT);
 }
 
@@ -293,6 +301,11 @@ TEST_F(Debugger, EndsOfASession) {
         EXPECT_EQ(status, 0);
     }
     attach();
+    client.hang_up();
+    EXPECT_EQ(finish(), "terminated\n");
+    attach();
+    set(1, "Main.qor", 9);
+    EXPECT_EQ(client.ask(""), stop("break", "breakpoint_set", 1, "Main.qor", 9)); // it is still there
     client.hang_up();
     EXPECT_EQ(finish(), "terminated\n");
     attach();
@@ -331,40 +344,15 @@ TEST_F(Debugger, StopsInTheClassThatShowsItsOwnMessages) {
                          "DISPLAY 'one'\nDISPLAY 'two'\n");
     attach("message.qor");
     set(1, "message.qor", 3);
-    EXPECT_EQ(client.ask("run -i 2"), stop("break", "run", 2, "message.qor", 3));
-    EXPECT_EQ(client.ask("run -i 3"), stop("break", "run", 3, "message.qor", 3));
-    EXPECT_EQ(client.ask("run -i 4"), stop("stopped", "run", 4, "message.qor", 7));
+    steps(2, {{"run", "message.qor", 3}, {"run", "message.qor", 3}, {"run", "message.qor", 7, "stopped"}});
     EXPECT_EQ(finish(), "one\ntwo\n");
 }
 
 TEST_F(Debugger, SurvivesNonsense) {
-    const std::string words[] = {"breakpoint_set",
-                                 "breakpoint_remove",
-                                 "breakpoint_update",
-                                 "property_get",
-                                 "step_over",
-                                 "step_into",
-                                 "run",
-                                 "stack_get",
-                                 "status",
-                                 "-i",
-                                 "-f",
-                                 "-n",
-                                 "-d",
-                                 "-s",
-                                 "\"",
-                                 " ",
-                                 "-",
-                                 "VAR.N",
-                                 "ROOT",
-                                 "DEFAULT",
-                                 "-1",
-                                 "4294967297",
-                                 "5",
-                                 "file:",
-                                 uri_ + "Main.qor",
-                                 "%",
-                                 "\xff"};
+    std::istringstream text("breakpoint_set breakpoint_remove breakpoint_update property_get step_over step_into run "
+                            "stack_get status -i -f -n -d -s \" - VAR.N ROOT DEFAULT -1 4294967297 5 file: % \xff");
+    std::vector<std::string> words{std::istream_iterator<std::string>(text), {}};
+    words.insert(words.end(), {" ", uri_ + "Main.qor"});
     std::mt19937 random(7);
     const auto any = [&](size_t n) { return random() % n; };
     for (int session = 0; session < 30; ++session) {
@@ -372,7 +360,7 @@ TEST_F(Debugger, SurvivesNonsense) {
         std::string heard = "-";
         for (int i = 0; i < 60 && !heard.empty(); ++i) {
             std::string request = words[any(9)];
-            for (size_t n = any(12); n > 0; --n) request += (any(3) ? " " : "") + words[any(std::size(words))];
+            for (size_t n = any(12); n > 0; --n) request += (any(3) ? " " : "") + words[any(words.size())];
             heard = client.ask(request);
         }
         client.hang_up();
@@ -398,8 +386,8 @@ TEST_F(Debugger, StartsAnew) {
     std::thread player([&] {
         client.answer();
         client.hear();
-        EXPECT_EQ(set(1, "abort.qor", 2), reply(" id=\"2\" state=\"enabled\"", "breakpoint_set", 1));
-        EXPECT_EQ(client.ask("run -i 2"), stop("break", "run", 2, "abort.qor", 2));
+        EXPECT_EQ(set(1, "abort.qor", 2), enabled("2", 1));
+        steps(2, {{"run", "abort.qor", 2}});
         EXPECT_EQ(client.ask("run -i 3"), ""); // aborts
         client.answer();
         client.hear();

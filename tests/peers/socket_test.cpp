@@ -69,27 +69,20 @@ PROCEDURE OPEN
   IF 'localhost' OPT.port TO_INT SOCKET.OPEN THEN => VAR.S ELSE DISPLAY 'not open' END_IF
 END_PROCEDURE
 PROCEDURE LINE
-  IF VAR.S SOCKET.READLN_STRING THEN
-    DUP LEN => LOCAL.N => LOCAL.L DISPLAY LOCAL.N,' ',LOCAL.L
-  ELSE DISPLAY 'no line' END_IF
+  IF VAR.S SOCKET.READLN_STRING THEN DUP LEN DISPLAY $,' ',$ ELSE DISPLAY 'no line' END_IF
 END_PROCEDURE
-PROCEDURE BYTE
-  IF VAR.S SOCKET.READ_BYTE THEN => LOCAL.B DISPLAY 'byte ',LOCAL.B ELSE DISPLAY 'no byte' END_IF
-END_PROCEDURE
+PROCEDURE BYTE IF VAR.S SOCKET.READ_BYTE THEN DISPLAY 'byte ',$ ELSE DISPLAY 'no byte' END_IF END_PROCEDURE
 PROCEDURE BLOB
   => LOCAL.SIZE
   IF VAR.S LOCAL.SIZE SOCKET.READ_BLOB THEN
-    DUP BLOB_GET_SIZE => LOCAL.N BLOB_TO_HEXSTRING => LOCAL.H
-    IF LOCAL.N > 9 THEN '...' => LOCAL.H END_IF
-    DISPLAY 'blob ',LOCAL.N,' ',LOCAL.H
+    DUP BLOB_TO_HEXSTRING SWAP BLOB_GET_SIZE => LOCAL.N
+    IF LOCAL.N > 9 THEN POP '...' END_IF
+    DISPLAY 'blob ',LOCAL.N,' ',$
   ELSE DISPLAY 'no blob' END_IF
 END_PROCEDURE
 )";
 
-struct Result {
-    int status;
-    std::string output;
-};
+using Result = std::pair<int, std::string>; // the status and the output
 
 // A run that takes longer is ended by a signal: 124.
 Result run(const std::string &script, const std::string &port, int seconds = 60) {
@@ -98,12 +91,12 @@ Result run(const std::string &script, const std::string &port, int seconds = 60)
     const std::string command =
         "timeout -k 5 " + std::to_string(seconds) + " " QOR " -cgi -script " + file + " -port " + port;
     FILE *program = popen(command.c_str(), "r");
-    Result result{-1, ""};
+    std::string output;
     char block[65536];
-    for (size_t n; (n = fread(block, 1, sizeof block, program)) > 0;) result.output.append(block, n);
-    result.status = WEXITSTATUS(pclose(program));
+    for (size_t n; (n = fread(block, 1, sizeof block, program)) > 0;) output.append(block, n);
+    const int status = WEXITSTATUS(pclose(program));
     std::remove(file.c_str());
-    return result;
+    return {status, output};
 }
 
 TEST(Socket, ReadsWhatComesInPieces) {
@@ -118,13 +111,12 @@ TEST(Socket, ReadsWhatComesInPieces) {
             usleep(300);
         }
     });
-    const Result result = run("OPEN LINE LINE LINE LINE LINE LINE BYTE BYTE 3 BLOB 0 BLOB 300000 BLOB\n"
-                              "LINE LINE BYTE 1 BLOB -1 BLOB VAR.S SOCKET.CLOSE",
-                              peer.port);
-    EXPECT_EQ(result.output, "4 abc\r\n0 \n3 cut\n99999 " + x +
-                                 "\nno line\n4 rest\nbyte 65\nbyte 255\nblob 3 78797A\nblob 0 NULL\nblob 300000 ...\n"
-                                 "4 tail\nno line\nno byte\nno blob\nblob 0 NULL\n");
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(run("OPEN LINE LINE LINE LINE LINE LINE BYTE BYTE 3 BLOB 0 BLOB 300000 BLOB\n"
+                  "LINE LINE BYTE 1 BLOB -1 BLOB VAR.S SOCKET.CLOSE",
+                  peer.port),
+              Result(0, "4 abc\r\n0 \n3 cut\n99999 " + x +
+                            "\nno line\n4 rest\nbyte 65\nbyte 255\nblob 3 78797A\nblob 0 NULL\nblob 300000 ...\n"
+                            "4 tail\nno line\nno byte\nno blob\nblob 0 NULL\n"));
 }
 
 // Storage for a blob must not be taken on the script's word.
@@ -133,13 +125,13 @@ TEST(Socket, BlobsThatDoNotCome) {
         p.answer();
         p.say("12345");
     });
-    EXPECT_EQ(run("OPEN 2000000000 BLOB", peer.port).output, "no blob\n");
+    EXPECT_EQ(run("OPEN 2000000000 BLOB", peer.port), Result(0, "no blob\n"));
     Peer full([](Peer &p) {
         p.answer();
         p.say(std::string(10054, 'x'));
         p.hear_all();
     });
-    EXPECT_EQ(run("OPEN 10054 BLOB VAR.S SOCKET.CLOSE", full.port).output, "no blob\n");
+    EXPECT_EQ(run("OPEN 10054 BLOB VAR.S SOCKET.CLOSE", full.port), Result(0, "no blob\n"));
 }
 
 TEST(Socket, WritesEverythingToASlowPeer) {
@@ -154,11 +146,9 @@ TEST(Socket, WritesEverythingToASlowPeer) {
                                   "VAR.S 321 SOCKET.WRITE_BYTE VAR.S '' SOCKET.WRITELN_STRING\n"
                                   "'0123456789abcdef' => VAR.T 0 => VAR.N\n"
                                   "WHILE VAR.N < 20 DO &VAR.T VAR.T APP POP VAR.N 1 + => VAR.N END_WHILE\n"
-                                  "VAR.S VAR.T SOCKET.WRITE_STRING VAR.S SOCKET.CLOSE\n"
-                                  "QORCPU.ASSERT_STACK_EMPTY",
+                                  "VAR.S VAR.T SOCKET.WRITE_STRING VAR.S SOCKET.CLOSE QORCPU.ASSERT_STACK_EMPTY",
                                   peer.port);
-        EXPECT_EQ(result.output, "");
-        EXPECT_EQ(result.status, 0);
+        EXPECT_EQ(result, Result(0, ""));
     }
     std::string expected = "0123456789abcdef";
     for (int n = 0; n < 20; ++n) expected += std::string(expected);
@@ -168,17 +158,17 @@ TEST(Socket, WritesEverythingToASlowPeer) {
 TEST(Socket, APeerThatIsGoneRaisesNoSignal) {
     Peer peer([](Peer &p) { p.answer(); });
     const char *line = "VAR.S 'a' SOCKET.WRITELN_STRING ";
-    const Result result = run(std::string("OPEN LINE ") + line + line + line + "LINE DISPLAY 'alive'", peer.port);
-    EXPECT_EQ(result.output, "no line\nno line\nalive\n");
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(run(std::string("OPEN LINE ") + line + line + line + "LINE DISPLAY 'alive'", peer.port),
+              Result(0, "no line\nno line\nalive\n"));
 }
 
 TEST(Socket, Misuse) {
-    const Result result = run("IF 'no-such-host.invalid' 80 SOCKET.OPEN THEN DISPLAY 'open' END_IF\n"
-                              "OPEN -1 => VAR.S BYTE LINE 1 BLOB VAR.S 65 SOCKET.WRITE_BYTE VAR.S SOCKET.CLOSE\n"
-                              "254 => VAR.S BYTE LINE 1 BLOB VAR.S 'x' SOCKET.WRITE_STRING VAR.S SOCKET.CLOSE\n"
-                              "QORCPU.ASSERT_STACK_EMPTY 255 SOCKET.CLOSE",
-                              "70000");
+    const auto [status, output] =
+        run("IF 'no-such-host.invalid' 80 SOCKET.OPEN THEN DISPLAY 'open' END_IF\n"
+            "OPEN -1 => VAR.S BYTE LINE 1 BLOB VAR.S 65 SOCKET.WRITE_BYTE VAR.S SOCKET.CLOSE\n"
+            "254 => VAR.S BYTE LINE 1 BLOB VAR.S 'x' SOCKET.WRITE_STRING VAR.S SOCKET.CLOSE\n"
+            "QORCPU.ASSERT_STACK_EMPTY 255 SOCKET.CLOSE",
+            "70000");
     const std::string expected = "not open\n"
                                  "*** ERROR *** SOCKET(READ_BYTE) attempt to read from a closed file\nno byte\n"
                                  "*** ERROR *** SOCKET(READLN_STRING) attempt to read from a closed file\nno line\n"
@@ -188,21 +178,19 @@ TEST(Socket, Misuse) {
                                  "byte 0\nno line\nno blob\n" // kept: the platform's error counts as a byte
                                  "*** ERROR *** SOCKET(WRITE_STRING) attempt to write a closed socket\n"
                                  "*** ABORT *** SOCKET(CLOSE) invalid socketid 255\n";
-    EXPECT_EQ(result.output.substr(0, expected.size()), expected);
-    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(output.substr(0, expected.size()), expected);
+    EXPECT_EQ(status, 3);
 }
 
 TEST(Socket, TheTableIsFull) {
     Peer peer([](Peer &p) {
         while (p.answer()) {}
     });
-    const Result result = run("WHILE TRUE DO OPEN DISPLAY VAR.S END_WHILE", peer.port);
-    const std::string head = "253\n254\n###################################\nMAX_OPEN_SOCKETS   =255\n0: s=";
-    EXPECT_NE(result.output.find(head), std::string::npos);
-    EXPECT_NE(result.output.find(" server=0\n*** ERROR *** SOCKET(OPEN) attempt to open more than 255 sockets\n"),
-              std::string::npos);
-    EXPECT_NE(result.output.find("\n254: s="), std::string::npos);
-    EXPECT_EQ(result.status, 3);
+    const auto [status, output] = run("WHILE TRUE DO OPEN DISPLAY VAR.S END_WHILE", peer.port);
+    const char *head = "253\n254\n###################################\nMAX_OPEN_SOCKETS   =255\n0: s=";
+    const char *tail = " server=0\n*** ERROR *** SOCKET(OPEN) attempt to open more than 255 sockets\n";
+    for (const char *part : {head, "\n254: s=", tail}) EXPECT_NE(output.find(part), std::string::npos) << part;
+    EXPECT_EQ(status, 3);
 }
 
 TEST(Socket, ASignalEndsAWait) {
@@ -210,9 +198,7 @@ TEST(Socket, ASignalEndsAWait) {
         p.answer();
         p.hear_all();
     });
-    const Result result = run("OPEN DISPLAY 'waits' LINE", peer.port, 1);
-    EXPECT_EQ(result.status, 124);
-    EXPECT_EQ(result.output, "waits\n") << "shown before the wait";
+    EXPECT_EQ(run("OPEN DISPLAY 'waits' LINE", peer.port, 1), Result(124, "waits\n")) << "shown before the wait";
 }
 
 } // namespace

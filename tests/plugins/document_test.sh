@@ -1,18 +1,12 @@
 #!/bin/sh
 # Builds the plug-ins of docs/plugins.md from an installed kernel alone, and runs
 # their scripts: document_test.sh SOURCE_DIR BUILD_DIR C_COMPILER CXX_COMPILER SANITIZE.
-document=$1/docs/plugins.md
-build=$2
-cc=$3
-cxx=$4
+document=$1/docs/plugins.md build=$2 cc=$3 cxx=$4
 flags="-Wall -Wextra -pedantic -Werror -g -shared -fPIC -fvisibility=hidden ${5:+-fsanitize=$5}"
 work=$(cd "$(mktemp -d)" && pwd -P) || exit 1
 trap 'rm -rf "$work"' EXIT
 cd "$work" || exit 1
-fail() {
-    echo "$1"
-    exit 1
-}
+fail() { echo "$1" && exit 1; }
 
 # Each block that names a file, as it stands.
 awk '/^```/ { file = file == "" && NF > 1 ? $2 : ""; if (file) printf "" >file; next } file { print >file }' "$document"

@@ -34,23 +34,17 @@ Result run(const std::string &script) {
 }
 
 const std::string LIFE = "TALLY_INIT libqor.so\ntally of 7 trimmed by the plug-in\nTALLY_TERMINATE\n";
-const std::string LOADS = "|LOAD tally\n"
-                          "' a ' TRIM => VAR.TRIM\n"
-                          "TALLY.CREATE => VAR.NEW\n"
-                          "DISPLAY VAR.NEW,' ',VAR.TRIM\n"
-                          "0 => VAR.NEW\n";
+const std::string LOADS = "|LOAD tally\n' a ' TRIM => VAR.TRIM TALLY.CREATE => VAR.NEW\n"
+                          "DISPLAY VAR.NEW,' ',VAR.TRIM\n0 => VAR.NEW\n";
 
 TEST(Restart, OnlyValuesOfAPluginAreLeft) {
-    const Result first = run(LOADS + "TALLY.CREATE => VAR.VALUE\n"
-                                     "&CLASSES.TALLY.CREATE => VAR.METHOD\n"
+    const Result first = run(LOADS + "TALLY.CREATE => VAR.VALUE &CLASSES.TALLY.CREATE => VAR.METHOD\n"
                                      "&CLASSES.TALLY DUP => VAR.CLASS POP\n");
     EXPECT_EQ(first.output, LIFE);
     EXPECT_EQ(first.status, 0);
 
-    const Result without = run("' a ' TRIM => VAR.TRIM\n"
-                               "VAR.VALUE => VAR.COPY\n"
-                               "DISPLAY VAR.TRIM,' ',VAR.COPY\n"
-                               "VAR.METHOD => VAR.COPY\n");
+    const Result without = run("' a ' TRIM => VAR.TRIM VAR.VALUE => VAR.COPY\n"
+                               "DISPLAY VAR.TRIM,' ',VAR.COPY\nVAR.METHOD => VAR.COPY\n");
     EXPECT_EQ(without.output, "a tally of 7\n");
     EXPECT_EQ(without.status, 0);
     EXPECT_EQ(run("TALLY.CREATE\n").status, 2) << "its class is gone";
@@ -60,8 +54,7 @@ TEST(Restart, OnlyValuesOfAPluginAreLeft) {
 }
 
 TEST(Restart, ScriptClassOverAnOverriddenOne) {
-    const Result first = run("|LOAD tally\n"
-                             "CLASS QOR\nMETHOD TRIM\n'by the script'\nEND_METHOD\nEND_CLASS\n"
+    const Result first = run("|LOAD tally\nCLASS QOR METHOD TRIM 'by the script' END_METHOD END_CLASS\n"
                              "' a ' QOR.TRIM => VAR.TRIM\n");
     EXPECT_EQ(first.status, 0);
     EXPECT_EQ(run("' a ' TRIM => VAR.TRIM\nDISPLAY VAR.TRIM\n").output, "a\n");

@@ -1,8 +1,7 @@
 #!/bin/sh
 # What a script asks of the platform: programs, the environment, time zones, an
 # upload on the standard input. Usage: system_test.sh QOR_PROGRAM
-LC_ALL=C
-export LC_ALL
+export LC_ALL=C
 qor=$(realpath "$1")
 work=$(cd "$(mktemp -d)" && pwd -P) || exit 1
 trap 'rm -rf "$work"' EXIT
@@ -28,8 +27,8 @@ shows() { expect "$1" "$2" "$(script "$3" | tr '\n' ' ' | sed 's/ $//')"; }
 # --- programs
 
 shows "output in its order" "1 2 3 4 5" "DISPLAY '1' 'echo 2' OSCALL POP DISPLAY '3' 'echo 4' OSCALL2 POP DISPLAY '5'"
-shows "exit codes" "7 0 1 127" "'exit 7' OSCALL SHOW 'true' OSCALL2 SHOW 'false' OSCALL2 SHOW 'exec /no/such 2>/dev/null' OSCALL SHOW"
-shows "signals" "137 143" "'kill -9 \$\$' OSCALL SHOW 'sh -c \"kill -15 \$\$\"' OSCALL2 SHOW"
+shows "exit codes and signals" "7 0 1 127 137 143" "'exit 7' OSCALL SHOW 'true' OSCALL2 SHOW 'false' OSCALL2 SHOW
+'exec /no/such 2>/dev/null' OSCALL SHOW 'kill -9 \$\$' OSCALL SHOW 'sh -c \"kill -15 \$\$\"' OSCALL2 SHOW"
 touch plain && mkdir directory
 shows "what can not be started" "-1 -1 -1 -1 -1" \
     "'no_such_program x' OSCALL2 SHOW './plain' OSCALL2 SHOW './directory' OSCALL2 SHOW '' OSCALL2 SHOW '  ' OSCALL2 SHOW"
@@ -118,7 +117,7 @@ for tail in 'a' 'ab' 'abc' '-' '--' 'a-' 'ab--' '-a-b'; do
     { printf 'Header\n\n' && cat body; } >request
     upload "no closing dashes: $tail" "" <request
 done
-printf '' >body
+: >body
 printf '\n---' | upload "an empty part" ""
 upload "no input" "" </dev/null
 shows "a file that can not be made" FALSE "'no/such/file' RECEIVE_FILE SHOW" </dev/null

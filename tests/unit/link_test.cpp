@@ -9,25 +9,12 @@
 #include <string>
 
 #include "qor/qor.h"
+#include "texts.hpp"
 
 namespace {
 
-STRNG text(const char *c_string) {
-    const auto length = static_cast<uint32_t>(std::char_traits<char>::length(c_string));
-    return {length, length, reinterpret_cast<uint8_t *>(const_cast<char *>(c_string))};
-}
-
-std::string string_of(QOR_OBJECT *object, void (*get)(QOR_OBJECT *, STRNG *)) {
-    STRNG out;
-    STRNG_CREATE(&out);
-    get(object, &out);
-    std::string result(reinterpret_cast<char *>(out.data), out.length);
-    STRNG_REMOVE(&out);
-    return result;
-}
-
-std::string rendered(QOR_OBJECT *object) {
-    return string_of(object, [](QOR_OBJECT *o, STRNG *out) { OBJ_to_string(o, out); });
+std::string rendered(QOR_OBJECT *object, void (*render)(QOR_OBJECT *, STRNG *) = OBJ_to_string) {
+    return text_by([&](STRNG *out) { render(object, out); });
 }
 
 int calls = 0;
@@ -76,9 +63,9 @@ class Link : public testing::Test {
 
 TEST_F(Link, FieldsOfAnyLength) {
     const std::string longest(70000, 'k');
-    BTYP_create_link(&link, text("t"), 4000000000u, text("b"), text(longest.c_str()), -5);
-    EXPECT_EQ(string_of(link, BTYP_get_link_key), longest);
-    EXPECT_EQ(string_of(link, BTYP_get_link_type), "t");
+    BTYP_create_link(&link, text("t"), 4000000000u, text("b"), text(longest), -5);
+    EXPECT_EQ(rendered(link, BTYP_get_link_key), longest);
+    EXPECT_EQ(rendered(link, BTYP_get_link_type), "t");
     EXPECT_EQ(rendered(link), ("t:-294967296:b:" + longest).substr(0, 65535));
     BTYP_create_link(&link, text("t"), 1, text(""), text("key"), 7);
     BTYP_set_link_bid(link, text("bid"));
@@ -86,8 +73,7 @@ TEST_F(Link, FieldsOfAnyLength) {
     int32_t number, orderpos;
     BTYP_get_link_number(link, &number);
     BTYP_get_link_orderpos(link, &orderpos);
-    EXPECT_EQ(number, 1);
-    EXPECT_EQ(orderpos, 9);
+    EXPECT_TRUE(number == 1 && orderpos == 9);
     EXPECT_EQ(rendered(link), "t:1:bid:key:9");
 }
 

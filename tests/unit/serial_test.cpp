@@ -16,26 +16,21 @@ std::string form(QOR_OBJECT *object) {
     return testing::internal::GetCapturedStdout();
 }
 
-QOR_OBJECT *geometry_object(QOR_GEOMETRY adopted) {
-    QOR_OBJECT *object = QOR_NIL;
-    BTYP_create_geometry_ref(&object, adopted);
-    return object;
-}
-
 TEST(Serial, geometries) {
     QOR_GEOMETRY point = 0, line = 0, rand = 0, area = 0;
     GEOM_CREATE_POINT(&point, 1, 2, GEOM_NO_HEIGHT);
     GEOM_CREATE_LINE(&line, point, 0, 0, 0, 0, point);
     GEOM_CREATE_RAND(&rand, line);
     GEOM_CREATE_AREA(&area, rand);
-    QOR_OBJECT *list = QOR_NIL, *undefined = QOR_NIL;
+    QOR_OBJECT *list = QOR_NIL, *object = QOR_NIL;
     BTYP_create_list(&list);
-    BTYP_create_undef_geometry(&undefined);
-    for (QOR_OBJECT *object : {geometry_object(point), geometry_object(line), geometry_object(rand),
-                               geometry_object(area), geometry_object(0), undefined}) {
+    for (const QOR_GEOMETRY adopted : {point, line, rand, area, QOR_GEOMETRY{0}}) {
+        BTYP_create_geometry_ref(&object, adopted);
         BTYP_append_to_list(list, object);
-        OBJ_remove_object(&object);
     }
+    BTYP_create_undef_geometry(&object);
+    BTYP_append_to_list(list, object);
+    OBJ_remove_object(&object);
     EXPECT_EQ(form(list), "LIST\n   POINT\n   LINE\n   AREA\nGEOMETRY NULL\n}\n");
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "qor/conv.h"
 #include "qor/storage.h"
@@ -35,19 +36,19 @@ std::string rest(const STRNG_CURSOR &cursor) { return {cursor.next, cursor.end};
 
 TEST(Strng, AppendingByDoublingAndExactly) {
     Text s;
+    const auto expect_capacity = [&s](uint32_t capacity) { EXPECT_EQ(s.s.capacity, capacity) << s.str(); };
     STRNG_APPC('a', &s.s);
-    EXPECT_EQ(s.s.capacity, 1u);
+    expect_capacity(1);
     STRNG_APPC('b', &s.s);
-    EXPECT_EQ(s.s.capacity, 4u);
+    expect_capacity(4);
     STRNG_APPARR_C("cde", &s.s, 0);
-    EXPECT_EQ(s.s.capacity, 10u);
+    expect_capacity(10);
     STRNG_APP(Text("123456").s, &s.s);
-    EXPECT_EQ(s.s.capacity, 11u);
-    EXPECT_EQ(s.str(), "abcde123456");
+    expect_capacity(11);
     STRNG_APP(s.s, &s.s); // the source lies in the buffer that is replaced
     EXPECT_EQ(s.str(), "abcde123456abcde123456");
     STRNG_APP(Text().s, &s.s);
-    EXPECT_EQ(s.s.capacity, 22u);
+    expect_capacity(22);
 }
 
 TEST(Strng, ArraysEndAtZeroOrAtTheirHighestIndex) {
@@ -55,8 +56,7 @@ TEST(Strng, ArraysEndAtZeroOrAtTheirHighestIndex) {
     STRNG_FILL(6, "PUSH   xx", &s.s);
     EXPECT_EQ(s.str(), "PUSH   ");
     STRNG_FILL_C("", &s.s);
-    EXPECT_EQ(s.s.length, 0u);
-    EXPECT_EQ(s.s.capacity, 7u);
+    EXPECT_TRUE(s.s.length == 0 && s.s.capacity == 7);
     STRNG_APPARR(2, "ab\0", &s.s, 3);
     EXPECT_EQ(STRNG_GET_STAT(), 0);
     STRNG_APPARR(1, "cd", &s.s, 9);
@@ -64,45 +64,6 @@ TEST(Strng, ArraysEndAtZeroOrAtTheirHighestIndex) {
     EXPECT_EQ(s.str(), std::string("ab\0cd", 5));
     STRNG_FILL(UINT32_MAX, "whole", &s.s);
     EXPECT_EQ(s.str(), "whole");
-}
-
-TEST(Strng, CopyCutsPadsAndKeepsTheBuffer) {
-    Text s("old text");
-    const uint8_t *buffer = s.s.data;
-    STRNG_COPY(Text("abc").s, 5, &s.s);
-    EXPECT_EQ(s.str(), "abc  ");
-    STRNG_COPY(Text("abc").s, 2, &s.s);
-    EXPECT_EQ(s.str(), "ab");
-    EXPECT_EQ(s.s.data, buffer);
-    STRNG_COPY(s.s, 0, &s.s);
-    EXPECT_EQ(s.str(), "ab");
-    STRNG_COPY(Text("0123456789012345678").s, 0, &s.s);
-    EXPECT_EQ(s.s.capacity, 19u);
-
-    STRNG_TRNC(&s.s, 20);
-    EXPECT_EQ(STRNG_GET_STAT(), 3);
-    STRNG_TRNC(&s.s, 4);
-    EXPECT_EQ(s.str(), "0123");
-    STRNG_SETLGTH(&s.s, 3);
-    EXPECT_EQ(s.s.capacity, 3u);
-    EXPECT_EQ(s.s.length, 0u);
-}
-
-TEST(Strng, ARecordThatWasNeverCreatedIsLeftAlone) {
-    STRNG wild = {STRNG_LIMIT + 1, 77, reinterpret_cast<uint8_t *>(1)};
-    const STRNG before = wild;
-    STRNG_CURSOR cursor = {nullptr, nullptr};
-    STRNG_APPC('x', &wild);
-    EXPECT_EQ(STRNG_GET_STAT(), 2);
-    STRNG_FILL_C("x", &wild);
-    STRNG_APPINT(1, &wild, 9);
-    STRNG_APPLREAL(1.0, &wild, 2);
-    STRNG2_EXTRTOKEN_C(&cursor, &wild, ",");
-    STRNG2_TRIM(&wild);
-    STRNG_ALIGN(&wild, 100);
-    STRNG_REMOVE(&wild);
-    EXPECT_EQ(STRNG_GET_STAT(), 2);
-    EXPECT_EQ(std::memcmp(&wild, &before, sizeof wild), 0);
 }
 
 TEST(Strng, StorageIsCountedToTheByte) {
@@ -116,24 +77,53 @@ TEST(Strng, StorageIsCountedToTheByte) {
     EXPECT_EQ(Storage_GET_SIZE(), before);
 }
 
-TEST(Strng, ComparisonUsesTheLow16BitsOfTheLength) {
-    uint8_t order;
-    STRNG_COMPARE(Text("ab").s, Text("abc").s, &order);
-    EXPECT_EQ(order, 0);
-    STRNG_COMPARE(Text("a\xe4").s, Text("az").s, &order);
-    EXPECT_EQ(order, 2);
-    STRNG_COMPARE(Text().s, Text().s, &order);
-    EXPECT_EQ(order, 1);
+TEST(Strng, CopyCutsPadsAndKeepsTheBuffer) {
+    Text s("old text");
+    const uint8_t *buffer = s.s.data;
+    STRNG_COPY(Text("abc").s, 5, &s.s);
+    EXPECT_EQ(s.str(), "abc  ");
+    STRNG_COPY(Text("abc").s, 2, &s.s);
+    STRNG_COPY(s.s, 0, &s.s);
+    EXPECT_EQ(s.str(), "ab");
+    EXPECT_EQ(s.s.data, buffer);
+    STRNG_COPY(Text("0123456789012345678").s, 0, &s.s);
+    EXPECT_EQ(s.s.capacity, 19u);
 
-    const std::string most(32768, 'x');
+    STRNG_TRNC(&s.s, 20);
+    EXPECT_EQ(STRNG_GET_STAT(), 3);
+    STRNG_TRNC(&s.s, 4);
+    EXPECT_EQ(s.str(), "0123");
+    STRNG_SETLGTH(&s.s, 3);
+    EXPECT_TRUE(s.s.length == 0 && s.s.capacity == 3);
+}
+
+TEST(Strng, ARecordThatWasNeverCreatedIsLeftAlone) {
+    STRNG wild = {STRNG_LIMIT + 1, 77, reinterpret_cast<uint8_t *>(1)};
+    const STRNG before = wild;
+    STRNG_CURSOR cursor = {nullptr, nullptr};
+    STRNG_APPC('x', &wild);
+    EXPECT_EQ(STRNG_GET_STAT(), 2);
+    STRNG_APPINT(1, &wild, 9);
+    STRNG_APPLREAL(1.0, &wild, 2);
+    STRNG2_EXTRTOKEN_C(&cursor, &wild, ",");
+    STRNG_ALIGN(&wild, 100);
+    STRNG_REMOVE(&wild);
+    EXPECT_EQ(STRNG_GET_STAT(), 2);
+    EXPECT_EQ(std::memcmp(&wild, &before, sizeof wild), 0);
+}
+
+TEST(Strng, ComparisonUsesTheLow16BitsOfTheLength) {
+    const std::string most(32768, 'x'), wrapped(65536 + 2, 'x'), other = "xx" + std::string(65536, 'y');
     EXPECT_FALSE(STRNG_MATCH(Text(most).s, Text(most.substr(1) + "y").s));
     EXPECT_TRUE(STRNG_MATCH(Text(most + "a").s, Text(most + "b").s)); // beyond, nothing is compared
-    const std::string wrapped(65536 + 2, 'x');
-    EXPECT_TRUE(STRNG_MATCH(Text(wrapped).s, Text("xx" + std::string(65536, 'y')).s));
-    STRNG_COMPARE(Text("xxz" + wrapped).s, Text(wrapped + "yyy").s, &order);
-    EXPECT_EQ(order, 2);
-    STRNG_COMPARE(Text(wrapped).s, Text("xx" + std::string(65536, 'y')).s, &order);
-    EXPECT_EQ(order, 1);
+    EXPECT_TRUE(STRNG_MATCH(Text(wrapped).s, Text(other).s));
+    const std::tuple<std::string, std::string, int> orders[] = {
+        {"ab", "abc", 0}, {"a\xe4", "az", 2}, {"", "", 1}, {"xxz" + wrapped, wrapped + "yyy", 2}, {wrapped, other, 1}};
+    for (const auto &[a, b, expected] : orders) {
+        uint8_t order;
+        STRNG_COMPARE(Text(a).s, Text(b).s, &order);
+        EXPECT_EQ(order, expected) << a.substr(0, 9);
+    }
 }
 
 TEST(Strng, LiteralsMatchWithoutTheirTrailingBlanks) {
@@ -203,8 +193,7 @@ TEST(Strng, NumbersInFields) {
     const auto as_int = [](STRNG *s, int32_t n, uint32_t width) { STRNG_APPINT(n, s, width); };
     EXPECT_EQ(appended(as_int, -5, 4), "  -5");
     EXPECT_EQ(appended(as_int, INT32_MIN, 3), "-2147483648");
-    const auto as_low_half = [](STRNG *s, int64_t n) { STRNG_APPLOI(n, s, 0); };
-    EXPECT_EQ(appended(as_low_half, (int64_t{7} << 32) - 1), "-1");
+    EXPECT_EQ(appended([](STRNG *s) { STRNG_APPLOI((int64_t{7} << 32) - 1, s, 0); }), "-1");
     const auto hex = [](STRNG *s, int32_t n, uint32_t width) { STRNG_APPHEX(n, s, width); };
     EXPECT_EQ(appended(hex, 255, 4), "00FF");
     EXPECT_EQ(appended(hex, -1, 2), "FF");
@@ -218,82 +207,74 @@ TEST(Strng, NumbersInFields) {
     EXPECT_EQ(appended(real, -std::numeric_limits<double>::max(), 2000000000).size(), 1 + 309 + 1 + 1074u);
 }
 
-// What a reader makes of a text: its number, the status, what it left.
-template <class Number> std::string read_by(void (*read)(STRNG_CURSOR *, Number *), const std::string &text) {
-    const Text s(text);
-    STRNG_CURSOR cursor = cursor_over(s);
-    Number number = 99;
-    read(&cursor, &number);
-    return std::to_string(number) + "/" + std::to_string(STRNG_GET_STAT()) + "/" + rest(cursor);
+// What a reader makes of texts: the number, the status, what it left.
+template <class Number>
+void expect_reads(void (*read)(STRNG_CURSOR *, Number *),
+                  std::initializer_list<std::pair<std::string, const char *>> cases) {
+    for (const auto &[text, expected] : cases) {
+        const Text s(text);
+        STRNG_CURSOR cursor = cursor_over(s);
+        Number number = 99;
+        read(&cursor, &number);
+        EXPECT_EQ(std::to_string(number) + "/" + std::to_string(STRNG_GET_STAT()) + "/" + rest(cursor), expected)
+            << text;
+    }
 }
 
 TEST(Strng, WholeNumbersAtACursor) {
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, " \t12abc"), "12/0/abc");
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, "-"), "0/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, "+-1"), "0/0/-1");
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, "2147483648x"), "0/4/x");
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, "-2147483648"), "-2147483648/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRLOI, "99999999999999999999999 "), "0/4/ ");
-    EXPECT_EQ(read_by(STRNG_EXTRIN, "   "), "0/5/");
-    EXPECT_EQ(read_by(STRNG_EXTRIN, "32768"), "0/4/");
-    EXPECT_EQ(read_by(STRNG_EXTRIN, "-32768"), "-32768/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRCA, "-65535"), "65535/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRCA, "65536"), "0/4/");
-    EXPECT_EQ(read_by(STRNG_EXTRCARD, "4294967295"), "4294967295/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRCARD, "4294967296"), "0/4/");
-    EXPECT_EQ(read_by(STRNG_EXTRLONG, "-9223372036854775807"), "-9223372036854775807/0/");
-    EXPECT_EQ(read_by(STRNG_EXTRLONG, "-9223372036854775808"), "0/4/");
-    EXPECT_EQ(read_by(STRNG_EXTRLONG, "20000000000000000000"), "0/4/"); // wraps to a positive number
-    EXPECT_EQ(read_by(STRNG_EXTRHE, " fFx1"), "255/0/1");
-    EXPECT_EQ(read_by(STRNG_EXTRHE, "123456"), "65535/0/");
+    expect_reads(STRNG_EXTRLOI, {{" \t12abc", "12/0/abc"},
+                                 {"-", "0/0/"},
+                                 {"+-1", "0/0/-1"},
+                                 {"2147483648x", "0/4/x"},
+                                 {"-2147483648", "-2147483648/0/"},
+                                 {"99999999999999999999999 ", "0/4/ "}});
+    expect_reads(STRNG_EXTRIN, {{"   ", "0/5/"}, {"32768", "0/4/"}, {"-32768", "-32768/0/"}});
+    expect_reads(STRNG_EXTRCA, {{"-65535", "65535/0/"}, {"65536", "0/4/"}});
+    expect_reads(STRNG_EXTRCARD, {{"4294967295", "4294967295/0/"}, {"4294967296", "0/4/"}});
+    // The last one wraps to a positive number.
+    expect_reads(STRNG_EXTRLONG, {{"-9223372036854775807", "-9223372036854775807/0/"},
+                                  {"-9223372036854775808", "0/4/"},
+                                  {"20000000000000000000", "0/4/"}});
+    expect_reads(STRNG_EXTRHE, {{" fFx1", "255/0/1"}, {"123456", "65535/0/"}});
+    expect_reads<int32_t>([](STRNG_CURSOR *c, int32_t *n) { *n = STRNG_GET_LOI(c, n) ? *n : -1; },
+                          {{"  7,8", "7/0/,8"}, {"  x", "-1/0/x"}, {" 2147483648", "-1/4/2147483648"}});
 }
 
 TEST(Strng, RealsAtACursor) {
-    EXPECT_EQ(read_by(STRNG_EXTRLRE, "-12.25e3"), "-12.250000/0/e3");
-    EXPECT_EQ(read_by(STRNG_EXTRRE, ".5."), "0.500000/0/.");
-    EXPECT_EQ(read_by(STRNG_EXTRLRE, "9" + std::string(38, '0') + ".5;"), "0.000000/4/;");
-    EXPECT_EQ(read_by(STRNG_EXTRLRE, ""), "0.000000/5/");
+    expect_reads(
+        STRNG_EXTRLRE,
+        {{"-12.25e3", "-12.250000/0/e3"}, {"", "0.000000/5/"}, {"9" + std::string(38, '0') + ".5;", "0.000000/4/;"}});
+    expect_reads(STRNG_EXTRRE, {{".5.", "0.500000/0/."}});
     const Text text("0.3");
     STRNG_CURSOR cursor = cursor_over(text);
     double x;
     STRNG_EXTRLRE(&cursor, &x);
     EXPECT_EQ(x, 3 * 0.1); // not the real next to 0.3
-
-    const auto get = [](STRNG_CURSOR *c, int32_t *n) { *n = STRNG_GET_LOI(c, n) ? *n : -1; };
-    EXPECT_EQ(read_by<int32_t>(get, "  7,8"), "7/0/,8");
-    EXPECT_EQ(read_by<int32_t>(get, "  x"), "-1/0/x");
-    EXPECT_EQ(read_by<int32_t>(get, " 2147483648"), "-1/4/2147483648");
 }
 
 // The item, the status unless all is well, and what is left behind the item.
-template <class Reader> std::string cut(const std::string &text, Reader reader) {
-    const Text s(text);
-    Text item("former content");
-    STRNG_CURSOR cursor = cursor_over(s);
-    reader(&cursor, &item.s);
-    const std::string status = STRNG_GET_STAT() ? std::to_string(STRNG_GET_STAT()) : "";
-    return item.str() + "|" + status + "|" + rest(cursor);
+void expect_cuts(void (*reader)(STRNG_CURSOR *, STRNG *),
+                 std::initializer_list<std::pair<const char *, const char *>> cases) {
+    for (const auto &[text, expected] : cases) {
+        const Text s(text);
+        Text item("former content");
+        STRNG_CURSOR cursor = cursor_over(s);
+        reader(&cursor, &item.s);
+        const std::string status = STRNG_GET_STAT() ? std::to_string(STRNG_GET_STAT()) : "";
+        EXPECT_EQ(item.str() + "|" + status + "|" + rest(cursor), expected) << text;
+    }
 }
 
 TEST(Strng, WordsAndTokens) {
-    const auto word = [](STRNG_CURSOR *c, STRNG *s) { STRNG_EXTRWD(c, 0, s); };
-    EXPECT_EQ(cut("\t ab c", word), "ab|| c");
-    EXPECT_EQ(cut(" \n", word), "|5|");
-    EXPECT_EQ(cut(" abcd", [](auto *c, STRNG *s) { STRNG_EXTRWD(c, 3, s); }), "ab||cd");
-    EXPECT_EQ(cut("a_b_ c", [](auto *c, STRNG *s) { STRNG_EXTRWDSBL(c, 0, s, '_'); }), "a b || c");
-
-    const auto token = [](STRNG_CURSOR *c, STRNG *s) { STRNG2_EXTRTOKEN_C(c, s, ",;"); };
-    EXPECT_EQ(cut("  a;b", token), "a||b");
-    EXPECT_EQ(cut("a ,b", token), "a||,b");
-    EXPECT_EQ(cut(",b", token), "||b");
-    EXPECT_EQ(cut("", token), "||");
-    EXPECT_EQ(cut(" a b,c", [](auto *c, STRNG *s) { STRNG2_EXTRTOK_C(c, s, ",", 0, 1); }), "a b||c");
-    EXPECT_EQ(cut(",,b", [](auto *c, STRNG *s) { STRNG2_EXTRTOK_C(c, s, ",", 0, 0); }), ",||b");
-
-    const auto last = [](STRNG_CURSOR *c, STRNG *s) { STRNG2_EXTRTOKEN_LAST(c, s, 1, "."); };
-    EXPECT_EQ(cut("a.b.c  ", last), "c||a.b");
-    EXPECT_EQ(cut("a.b.", last), "||a.b");
-    EXPECT_EQ(cut("abc", last), "abc||");
+    expect_cuts([](auto *c, auto *s) { STRNG_EXTRWD(c, 0, s); }, {{"\t ab c", "ab|| c"}, {" \n", "|5|"}});
+    expect_cuts([](auto *c, auto *s) { STRNG_EXTRWD(c, 3, s); }, {{" abcd", "ab||cd"}});
+    expect_cuts([](auto *c, auto *s) { STRNG_EXTRWDSBL(c, 0, s, '_'); }, {{"a_b_ c", "a b || c"}});
+    expect_cuts([](auto *c, auto *s) { STRNG2_EXTRTOKEN_C(c, s, ",;"); },
+                {{"  a;b", "a||b"}, {"a ,b", "a||,b"}, {",b", "||b"}, {"", "||"}});
+    expect_cuts([](auto *c, auto *s) { STRNG2_EXTRTOK_C(c, s, ",", 0, 1); }, {{" a b,c", "a b||c"}});
+    expect_cuts([](auto *c, auto *s) { STRNG2_EXTRTOK_C(c, s, ",", 0, 0); }, {{",,b", ",||b"}});
+    expect_cuts([](auto *c, auto *s) { STRNG2_EXTRTOKEN_LAST(c, s, 1, "."); },
+                {{"a.b.c  ", "c||a.b"}, {"a.b.", "||a.b"}, {"abc", "abc||"}});
 }
 
 template <class Operation> std::string changed(const std::string &text, Operation operation) {
@@ -317,14 +298,8 @@ TEST(Strng, SearchAndUtilities) {
     EXPECT_EQ(changed("\t a b\x7f\xa0 \n", STRNG2_TRIM), "a b\x7f\xa0");
     EXPECT_EQ(changed("   ", STRNG2_TRIM), "");
     EXPECT_EQ(changed(std::string(" a\tb \0c", 7), STRNG2_REMOVE_BLANKS), "ab");
-    const auto replaced = [](const char *text, const char *search, const char *by) {
-        return changed(text, [&](STRNG *t) { STRNG2_REPLACE(t, Text(search).s, Text(by).s); });
-    };
-    EXPECT_EQ(replaced("aa", "a", "aa"), "aaaa");
-    EXPECT_EQ(replaced("aaa", "aa", ""), "a");
-    EXPECT_EQ(replaced("abc", "", "x"), "abc");
+    EXPECT_EQ(changed("aaa", [](STRNG *t) { STRNG2_REPLACE(t, Text("aa").s, Text().s); }), "a");
     EXPECT_EQ(changed("aba", [](STRNG *t) { STRNG2_REPLACE(t, *t, *t); }), "aba");
-
     EXPECT_EQ(changed("A\x84\x81\xb3", STRNG2_DOS_TO_WIN), "A\xe4\xfc?");
     EXPECT_EQ(changed("\xe4\x80\x81\xff", STRNG2_WIN_TO_DOS), "\x84??\x98");
 }

@@ -15,18 +15,13 @@ const {DbgpSocket} = require(client + 'DbgpSocket');
 require(client + 'utils').default.setLevel('ERROR');
 
 const MAIN = `|INCL part.inc
-PROCEDURE ADD_ALL
-  ADD_TEN
+PROCEDURE ADD_ALL ADD_TEN
   VAR.N 1 + => VAR.N
 END_PROCEDURE
-30 => VAR.N
-ADD_ALL
+30 => VAR.N ADD_ALL
 DISPLAY 'n is ',VAR.N
 `;
-const PART = `PROCEDURE ADD_TEN
-  VAR.N 10 + => VAR.N
-END_PROCEDURE
-`;
+const PART = 'PROCEDURE ADD_TEN\n  VAR.N 10 + => VAR.N\nEND_PROCEDURE\n';
 
 const folder = fs.mkdtempSync(path.join(os.tmpdir(), 'dbgp editor '));
 const uri = file => pathToFileURL(path.join(folder, file)).href;
@@ -49,25 +44,24 @@ async function session({socket, message}) {
 
   assert.equal(await engine.getStatus(), 'starting');
   assert.equal(await engine.setFeature('max_children', 100), true);
-  assert.equal(await engine.setFileLineBreakpoint({filename: uri('part.inc'), lineNumber: 2}), '2');
-  assert.equal(await engine.setFileLineBreakpoint({filename: uri('main.qor'), lineNumber: 4}), '4');
-  assert.equal(await engine.setFileLineBreakpoint({filename: uri('main.qor'), lineNumber: 8}), '8');
+  for (const [file, line] of [['part.inc', 2], ['main.qor', 3], ['main.qor', 6]])
+    assert.equal(await engine.setFileLineBreakpoint({filename: uri(file), lineNumber: line}), String(line));
 
   assert.equal(await engine.sendContinuationCommand('run'), 'break');
   const [frame] = (await engine.getStackFrames()).stack;
   assert.deepEqual({...frame.$}, {where: '{main}', level: '0', type: 'file', filename: uri('part.inc'), lineno: '2'});
-  assert.equal((await property('VAR.N'))._, '30');
-  assert.equal((await property('VAR.N')).$.type, 'int');
+  const {_: text, $: {type}} = await property('VAR.N');
+  assert.deepEqual([text, type], ['30', 'int']);
   assert.equal(await engine.sendContinuationCommand('step_over'), 'break');
   assert.equal((await property('VAR.N'))._, '40');
-  await engine.removeBreakpoint('4');
+  await engine.removeBreakpoint('3');
   const source = await engine._callDebugger('source', `-f ${uri('part.inc')}`);
   assert.equal(Buffer.from(source._, 'base64').toString(), PART);
   assert.equal(await engine.sendContinuationCommand('run'), 'break');
-  assert.deepEqual(stops, ['part.inc:2', 'part.inc:3', 'main.qor:8']);
+  assert.deepEqual(stops, ['part.inc:2', 'part.inc:3', 'main.qor:6']);
 
   // What the engine has no answer for stops neither side.
-  await assert.rejects(engine.getBreakpoint('8'));
+  await assert.rejects(engine.getBreakpoint('6'));
   await assert.rejects(engine.getContextsForFrame(0));
   assert.equal((await engine.evaluateOnCallFrame(0, 'VAR.N')).result.$.type, 'undefined');
 
