@@ -22,7 +22,7 @@ constexpr size_t MAX_PLUGINS = 100;
 struct Plugin {
     std::string name;  // both in upper case
     std::string entry; // from which the names of the two entries are built
-    void *library = nullptr;
+    void *handle = nullptr;
 };
 
 std::vector<Plugin> plugins; // in the order of loading
@@ -85,15 +85,15 @@ void *open_library(const std::string &name, std::string *reason) {
 
 template <typename Procedure> Procedure find_entry(const Plugin &plugin, const char *suffix) {
     const std::string name = plugin.entry + suffix;
-    void *entry = platform::find_symbol(plugin.library, name.c_str());
+    void *entry = platform::find_symbol(plugin.handle, name.c_str());
     if (!entry) MESSAGE_DISPLAY_ERROR_F("method %s not implemented in plugin\n", name.c_str());
     return reinterpret_cast<Procedure>(entry);
 }
 
 void load(Plugin plugin) {
     std::string reason = unloading ? "the plug-ins are being unloaded" : "";
-    if (!unloading) plugin.library = open_library(plugin.name, &reason);
-    if (!plugin.library) {
+    if (!unloading) plugin.handle = open_library(plugin.name, &reason);
+    if (!plugin.handle) {
         MESSAGE_DISPLAY_S(borrow(""));
         MESSAGE_DISPLAY_ERROR_F("can not load plugin %s\n", plugin.name.c_str());
         MESSAGE_DISPLAY_F("GetLastError:\n%s\n", reason.c_str());
@@ -144,7 +144,7 @@ void PLUGIN_UNLOAD_ALL() {
         const auto terminate = find_entry<void (*)()>(plugins[i], "_TERMINATE");
         if (terminate) terminate();
     }
-    for (; !plugins.empty(); plugins.pop_back()) platform::unload_library(plugins.back().library);
+    for (; !plugins.empty(); plugins.pop_back()) platform::unload_library(plugins.back().handle);
     class_restore_natives();
     obj_release_type_ids();
     unloading = false;

@@ -127,17 +127,6 @@ QOR_MAP *create_directory(const char *name) {
     return map;
 }
 
-QOR_MAP *copy_of(QOR_MAP *directory) {
-    QOR_MAP *copy = nullptr;
-    MAP_CREATE_NONAME(&copy);
-    for (const Map_node *entry = map_first(directory); entry; entry = map_next(entry)) {
-        Strng name;
-        map_key(entry, &name);
-        MAP_INSERT_OBJECT(copy, name, map_object(entry));
-    }
-    return copy;
-}
-
 STRNG registered_class(const char *name) { return prefix.empty() ? borrow(name) : prefix.get(); }
 
 } // namespace
@@ -207,8 +196,8 @@ void class_forget_script() {
 
 void class_keep_natives() {
     if (kept_classes) return;
-    kept_classes = copy_of(classes);
-    kept_native = copy_of(native);
+    MAP_COPY(classes, &kept_classes);
+    MAP_COPY(native, &kept_native);
 }
 
 void class_restore_natives() {

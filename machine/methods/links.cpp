@@ -1,6 +1,5 @@
 // Links and database links.
 #include "machine/methods/texts.hpp"
-#include "object/types.hpp"
 
 namespace qor {
 

@@ -51,16 +51,9 @@ void read_table() {
     key.recycle();
 }
 
-// The table of an object, borrowed; null when an abort returned.
-QOR_TABLE *table_in(QOR_OBJECT *object) {
-    QOR_TABLE *table = nullptr;
-    BTYP_read_table_ref(object, &table);
-    return table;
-}
-
 void reset_table() {
     const Object_var object = pop_object();
-    TABLE_RESET_READ(table_in(object));
+    TABLE_RESET_READ(handle_of<QOR_TABLE>(object, TYPE_TABLE));
 }
 
 void read_next_table_record() {
@@ -71,7 +64,7 @@ void read_next_table_record() {
     MAP_CREATE_NONAME(&map);
     BTYP_create_map_ref(&record, map);
     int32_t found;
-    TABLE_READ_NEXT_RECORD(table_in(object), &*key, &map, &found);
+    TABLE_READ_NEXT_RECORD(handle_of<QOR_TABLE>(object, TYPE_TABLE), &*key, &map, &found);
     if (found) qorcpu_push_owned(std::move(record));
     qorcpu_push_boolean(found);
 }

@@ -5,12 +5,13 @@
 #include <memory>
 
 #include "machine/methods/methods.hpp"
+#include "object/types.hpp"
 
 namespace qor {
 
-// The flag bits of an object without its count: type and defined.
-inline constexpr uint32_t kind_bits(Type type) { return OBJ_DEFINED | static_cast<uint32_t>(type); }
-inline bool has_value(const QOR_OBJECT *o, Type type) { return o && (o->flags & 0x7f) == kind_bits(type); }
+inline bool has_value(const QOR_OBJECT *o, Type type) {
+    return o && (o->flags & (0x3f | OBJ_DEFINED)) == (OBJ_DEFINED | static_cast<uint32_t>(type));
+}
 
 // Shows the method as the channel's procedure and aborts.
 [[gnu::cold]] void qormeth_abort(const char *method, const char *text);
@@ -110,13 +111,7 @@ class Popped_text {
 
 // The map of an object, borrowed. Aborts on another type and on NULL; should
 // the abort return, the result is null and the method returns too.
-inline QOR_MAP *map_in(QOR_OBJECT *object) {
-    if (has_value(object, TYPE_MAP)) [[likely]]
-        return map_of(object);
-    QOR_MAP *map;
-    BTYP_read_map_ref(object, &map); // aborts
-    return nullptr;
-}
+inline QOR_MAP *map_in(QOR_OBJECT *object) { return handle_of<QOR_MAP>(object, TYPE_MAP); }
 
 // Pushes a new map object that adopts the map.
 inline void push_new_map(QOR_MAP *map) {
