@@ -5,11 +5,13 @@
 #include <memory>
 #include <utility>
 
+#include "plugins/values.hpp"
 #include "reader.hpp"
-#include "values.hpp"
 #include "writer.hpp"
 
 namespace csv {
+
+using namespace plugin;
 
 namespace {
 

@@ -4,6 +4,8 @@
 
 namespace csv {
 
+using namespace plugin;
+
 namespace {
 
 bool is_container(int32_t type) {

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "options.hpp"
-#include "values.hpp"
+#include "plugins/values.hpp"
 
 namespace csv {
 

@@ -6,7 +6,7 @@
 
 #include "qor/qor.h"
 
-namespace csv {
+namespace plugin {
 
 inline std::string_view view(STRNG text) { return {reinterpret_cast<const char *>(text.data), text.length}; }
 
@@ -32,4 +32,4 @@ struct Object {
     Object &operator=(const Object &) = delete;
 };
 
-} // namespace csv
+} // namespace plugin
