@@ -5,7 +5,7 @@ PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
 PACKAGES = sh cmake/packages.sh
 
-BUILD_PACKAGES = g++ cmake ninja-build nettle-dev
+BUILD_PACKAGES = g++ cmake ninja-build nettle-dev libgeos-dev libproj-dev nlohmann-json3-dev
 # npm fetches a debugger client; that of another Node.js than Debian's does too.
 TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev $(if $(shell command -v npm 2>/dev/null),,npm)
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
@@ -14,7 +14,7 @@ FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 EXAMPLE = examples/atlas
 RESULTS = build/example-results
 FUZZ_SECONDS ?= 60
-FUZZ_TARGETS = compile_fuzz stream_fuzz serial_fuzz csv_fuzz
+FUZZ_TARGETS = compile_fuzz stream_fuzz serial_fuzz csv_fuzz geo_fuzz
 
 .PHONY: all run build test asan bench lint format fuzz docs install package clean
 
@@ -24,6 +24,7 @@ run: build
 	@mkdir -p $(RESULTS)
 	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script atlas.qor -results $(CURDIR)/$(RESULTS)
 	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script shares.qor -results $(CURDIR)/$(RESULTS)
+	@cd examples/borders && $(CURDIR)/build/bin/qor -cgi -script borders.qor -results $(CURDIR)/$(RESULTS)
 
 build:
 	@$(PACKAGES) $(BUILD_PACKAGES)

@@ -1,18 +1,11 @@
 // The module's entries: start and stop, construction and reading.
 #include "geometry.hpp"
+#include "geos.hpp"
 #include "qor/msg.h"
 
 using namespace geom;
 
 namespace {
-
-// Puts a new geometry into a variable. What the variable held goes last, since
-// it may be what the new geometry was made from.
-void replace(QOR_GEOMETRY *variable, Geometry *geometry, const char *operation) {
-    Geometry *old = geometry_of(*variable);
-    *variable = word_of(geometry);
-    release(old, operation);
-}
 
 // Moves the cursor of a word over the next part; null at the end.
 Node *next_part(QOR_GEOMETRY *word, int32_t kind, const char *operation) {
@@ -44,7 +37,10 @@ void create_composite(QOR_GEOMETRY *variable, int16_t kind, QOR_GEOMETRY part, c
 void append_to_composite(QOR_GEOMETRY variable, int32_t kind, QOR_GEOMETRY part, const char *operation) {
     Composite *composite = composite_in(variable, kind, operation);
     if (!composite) return;
-    if (const Composite *source = composite_in(part, kind - 1, operation)) append_part(composite, source);
+    if (const Composite *source = composite_in(part, kind - 1, operation)) {
+        note_change(composite);
+        append_part(composite, source);
+    }
 }
 
 } // namespace
@@ -52,7 +48,10 @@ void append_to_composite(QOR_GEOMETRY variable, int32_t kind, QOR_GEOMETRY part,
 // The kernel is linked to this library, so its name is not needed to find it.
 void GEOM_INIT(const char *) {}
 
-void GEOM_TERMINATE(void) { release_spare_blocks(); }
+void GEOM_TERMINATE(void) {
+    geos::finish();
+    release_spare_blocks();
+}
 
 void GEOM_INITIALIZE(QOR_GEOMETRY *geometry) { *geometry = 0; }
 
@@ -114,10 +113,10 @@ void GEOM_READ_LINE_POINT(QOR_GEOMETRY *word, double *arc, double *x, double *y,
     if (!node) return;
     Line_node *n = line_node(node);
     *arc = n->arc;
-    *x = n->x;
-    *y = n->y;
-    *z = n->z;
-    *point = word_of(&n->point);
+    *x = n->arc_x;
+    *y = n->arc_y;
+    *z = n->arc_z;
+    *point = word_of(static_cast<Point *>(n));
 }
 
 void GEOM_FIRST_LAST_POINT(QOR_GEOMETRY line, double *x1, double *y1, double *z1, double *x2, double *y2, double *z2,
@@ -156,7 +155,10 @@ void GEOM_CREATE_LINE(QOR_GEOMETRY *geometry, QOR_GEOMETRY first, double arc, do
 void GEOM_APPEND_LINE_POINT(QOR_GEOMETRY *geometry, double arc, double x, double y, double z, QOR_GEOMETRY point) {
     Composite *line = composite_in(*geometry, GEOM_LINE, "GEOM_APPEND_LINE_POINT");
     if (!line) return;
-    if (const Point *p = point_in(point, "GEOM_APPEND_LINE_POINT")) append_point(line, arc, x, y, z, p);
+    if (const Point *p = point_in(point, "GEOM_APPEND_LINE_POINT")) {
+        note_change(line);
+        append_point(line, arc, x, y, z, p);
+    }
 }
 
 void GEOM_CREATE_RAND(QOR_GEOMETRY *geometry, QOR_GEOMETRY line) {

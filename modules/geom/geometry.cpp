@@ -55,6 +55,7 @@ template <typename T> class Blocks {
 
 Blocks<Point> points;
 Blocks<Composite> composites;
+Blocks<Area> areas;
 Blocks<Line_node> line_nodes;
 Blocks<Part_node> part_nodes;
 
@@ -70,7 +71,7 @@ void copy_parts(const Composite *source, Composite *target) {
     for (Node *node = source->first; node; node = node->next) {
         if (source->kind == GEOM_LINE) {
             const Line_node *n = line_node(node);
-            append_point(target, n->arc, n->x, n->y, n->z, &n->point);
+            append_point(target, n->arc, n->arc_x, n->arc_y, n->arc_z, n);
         } else {
             append_part(target, part_of(node));
         }
@@ -132,7 +133,7 @@ Point *new_point(double x, double y, double z) {
 }
 
 Composite *new_composite(int16_t kind) {
-    Composite *composite = composites.take();
+    Composite *composite = kind == GEOM_AREA ? areas.take() : composites.take();
     composite->kind = kind;
     return composite;
 }
@@ -159,32 +160,59 @@ void release(Geometry *geometry, const char *operation) {
     } else {
         Composite *composite = static_cast<Composite *>(geometry);
         release_parts(composite);
-        composites.give(composite);
+        if (composite->kind == GEOM_AREA) {
+            Area *area = static_cast<Area *>(composite);
+            release_index(area->index);
+            areas.give(area);
+        } else {
+            composites.give(composite);
+        }
     }
+}
+
+void replace(QOR_GEOMETRY *variable, Geometry *geometry, const char *operation) {
+    Geometry *old = geometry_of(*variable);
+    *variable = word_of(geometry);
+    release(old, operation);
+}
+
+void note_change(Geometry *geometry) {
+    while (geometry->is_part) {
+        if (geometry->kind == GEOM_POINT) {
+            geometry = static_cast<Line_node *>(static_cast<Point *>(geometry))->owner;
+        } else {
+            geometry = static_cast<Part_node *>(static_cast<Composite *>(geometry))->owner;
+        }
+    }
+    if (geometry->kind != GEOM_AREA) return;
+    Area *area = static_cast<Area *>(geometry);
+    area->questions = 0;
+    release_index(std::exchange(area->index, nullptr));
 }
 
 void append_point(Composite *line, double arc, double x, double y, double z, const Point *point) {
     Line_node *node = line_nodes.take();
+    static_cast<Point &>(*node) = *point;
+    node->is_part = true;
     node->arc = arc;
-    node->x = x;
-    node->y = y;
-    node->z = z;
-    node->point = *point;
-    node->point.is_part = true;
+    node->arc_x = x;
+    node->arc_y = y;
+    node->arc_z = z;
     append_node(line, node);
 }
 
 void append_part(Composite *composite, const Composite *part) {
     Part_node *node = part_nodes.take();
-    node->composite.kind = part->kind;
-    node->composite.is_part = true;
-    copy_parts(part, &node->composite);
+    node->kind = part->kind;
+    node->is_part = true;
+    copy_parts(part, node);
     append_node(composite, node);
 }
 
 void release_spare_blocks() {
     points.clear();
     composites.clear();
+    areas.clear();
     line_nodes.clear();
     part_nodes.clear();
 }

@@ -13,15 +13,9 @@
 // word that was read through still stands for its geometry.
 #pragma once
 
-#include "qor/geom.h"
+#include <utility>
 
-// What the kernel calls and does not pass on to others under these names.
-QOR_BEGIN_C
-QOR_API void GEOM_INIT(const char *kernel_library);
-QOR_API void GEOM_TERMINATE(void);
-// Reports each fault of a geometry as an error message.
-QOR_API void GEOM_CHECK_GEOMETRY(QOR_GEOMETRY geometry);
-QOR_END_C
+#include "qor/geom.h"
 
 namespace geom {
 
@@ -36,10 +30,18 @@ struct Point : Geometry {
 };
 
 struct Node;
+struct Area_index;
 
 struct Composite : Geometry {
     Node *first;
     Node *last;
+};
+
+// An area is no part of anything. Who asks often whether points lie in it is
+// answered from an index, which goes when the area changes.
+struct Area : Composite {
+    Area_index *index;
+    uint32_t questions; // asked since the last change
 };
 
 struct Node {
@@ -48,16 +50,13 @@ struct Node {
 };
 
 // A point of a line; the arc point, if arc is not 0, lies before it.
-struct Line_node : Node {
+struct Line_node : Node, Point {
     double arc;
-    double x, y, z;
-    Point point;
+    double arc_x, arc_y, arc_z;
 };
 
 // A line of a rand, or a rand of an area.
-struct Part_node : Node {
-    Composite composite;
-};
+struct Part_node : Node, Composite {};
 
 inline bool has_cursor(QOR_GEOMETRY word) { return (word & 1) != 0; }
 inline Node *cursor_node(QOR_GEOMETRY word) { return reinterpret_cast<Node *>(word - 1); }
@@ -70,10 +69,14 @@ inline Geometry *geometry_of(QOR_GEOMETRY word) {
 }
 
 inline Line_node *line_node(Node *node) { return static_cast<Line_node *>(node); }
-inline Composite *part_of(Node *node) { return &static_cast<Part_node *>(node)->composite; }
+inline Composite *part_of(Node *node) { return static_cast<Part_node *>(node); }
 // No composite is ever without a part.
-inline const Point &first_point(const Composite *line) { return line_node(line->first)->point; }
-inline const Point &last_point(const Composite *line) { return line_node(line->last)->point; }
+inline const Point &first_point(const Composite *line) { return *line_node(line->first); }
+inline const Point &last_point(const Composite *line) { return *line_node(line->last); }
+
+// To be called by whatever changes a geometry's coordinates or parts in place.
+void note_change(Geometry *geometry);
+void release_index(Area_index *index);
 
 const char *kind_name(int32_t kind);
 
@@ -84,10 +87,30 @@ Composite *composite_in(QOR_GEOMETRY word, int32_t kind, const char *operation);
 void abort_kind(const Geometry *found, int32_t expected, const char *operation);
 
 Point *new_point(double x, double y, double z);
-Composite *new_composite(int16_t kind);
+Composite *new_composite(int16_t kind); // of a line, a rand or an area
 Geometry *copy(const Geometry *source);
 // A null geometry is left alone; a part of another one aborts.
 void release(Geometry *geometry, const char *operation);
+// Puts a new geometry, or null, into a variable. What the variable held goes
+// last, since it may be what the new geometry was made from.
+void replace(QOR_GEOMETRY *variable, Geometry *geometry, const char *operation);
+
+// A geometry in the making, or on its way to a taker, that goes if the way out is an
+// exception.
+class Owner {
+  public:
+    Owner() = default;
+    explicit Owner(Geometry *geometry) : word_(word_of(geometry)) {}
+    ~Owner() { GEOM_REMOVE(&word_); }
+    Owner(const Owner &) = delete;
+    Owner &operator=(const Owner &) = delete;
+    QOR_GEOMETRY get() const { return word_; }
+    QOR_GEOMETRY *address() { return &word_; }
+    Geometry *give() { return geometry_of(std::exchange(word_, 0)); }
+
+  private:
+    QOR_GEOMETRY word_ = 0;
+};
 
 // Both copy what they append.
 void append_point(Composite *line, double arc, double x, double y, double z, const Point *point);

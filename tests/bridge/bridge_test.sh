@@ -31,6 +31,7 @@ expect "no module"
 cp "$3" "$tree/lib/geom.so"
 cat >"$tree/expected" <<'END'
 unable to load proc GEOM_SET_GATTR from library geom.so
+unable to load proc GEOM2_FENCE_CUT from library geom.so
 unable to load proc GEOM_TERMINATE from library geom.so
 unable to load geom.so
 END
