@@ -5,8 +5,11 @@ of the child, so what else the machine does counts little; the languages take tu
 """
 
 import argparse
+import filecmp
 import hashlib
+import json
 import os
+import random
 import shutil
 import statistics
 import subprocess
@@ -14,7 +17,9 @@ import sys
 import tempfile
 import time
 
-PROGRAMS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "programs")
+HERE = os.path.dirname(os.path.abspath(__file__))
+PROGRAMS = os.path.join(HERE, "programs")
+AREAS = os.path.join(HERE, "..", "examples", "borders", "data", "countries.geojson")
 LINES = 1_000_000
 RECORDS = 500_000
 RECORDS_IN_STREAM = 360_000 # 100 MB in the stream form
@@ -41,7 +46,12 @@ TASKS = [
     ("transfer", "route 1,000,000 lines by a field, write two of three branches"),
     ("stream", "write 360,000 records of nine fields and a list (100 MB), read them back (Python: json)"),
     ("stream_pickle", "the same (Python: pickle)"),
+    ("points", "create, copy and release 1,000,000 points (Python: shapely)"),
+    ("inside", "find the country of 1,000,000 points among 241 (Python: shapely)"),
+    ("wkt", "read and write 200,000 points and 2,410 outlines of countries as WKT (Python: shapely)"),
 ]
+# Those that get files: what comes in, the folder for what goes out, and the outlines of countries.
+FILE_TASKS = ("count", "transfer", "stream", "stream_pickle", "inside", "wkt")
 
 # Containers of a million: what each program fills, the name of one element, and what it can do with it then, which its
 # argument names, with what it prints. The languages that have a program for one are those with containers to compare.
@@ -100,6 +110,7 @@ class Work:
                 counts[key] = counts.get(key, 0) + 1
                 if region in self.files:
                     self.files[region].update(b"%07d,%s\n" % (i, key.encode()))
+        self.inputs = {"inside": self.write_points(), "wkt": self.write_wkt()}
         loop = 10_000_000 * 10_000_001 // 2 % MODULUS
         rebuilt = "north,%d,2026-11-22,widget,first of the month,12.50"
         length = sum(len(rebuilt % i) for i in range(RECORDS)) % MODULUS
@@ -115,9 +126,46 @@ class Work:
             "transfer": "status 0\n",
             "stream": "%d %d\n" % (RECORDS_IN_STREAM, in_stream),
             "stream_pickle": "%d %d\n" % (RECORDS_IN_STREAM, in_stream),
+            "points": "%d\n" % ((sum(range(MILLION)) + MILLION // 2) % MODULUS),
+            "wkt": "",
         }
 
+    def write_points(self):
+        """Places anywhere between 60 degrees south and 75 north."""
+        numbers = random.Random(1)
+        path = os.path.join(self.folder, "points.csv")
+        with open(path, "w", encoding="ascii") as file:
+            for _ in range(MILLION):
+                file.write("%.5f,%.5f\n" % (numbers.uniform(-180, 180), numbers.uniform(-60, 75)))
+        return path
+
+    def write_wkt(self):
+        """Written as both write it, so that what they make of it must be the same file."""
+        def text(value):
+            return "%.15g" % value
+
+        def ring(points):
+            return "(%s)" % ", ".join("%s %s" % (text(x), text(y)) for x, y in points)
+
+        def outline(polygons):
+            texts = ["(%s)" % ", ".join(ring(points) for points in polygon) for polygon in polygons]
+            return "MULTIPOLYGON (%s)" % ", ".join(texts) if len(texts) > 1 else "POLYGON " + texts[0]
+
+        with open(AREAS, encoding="utf-8") as file:
+            outlines = [outline(feature["geometry"]["coordinates"]) for feature in json.load(file)["features"]]
+        numbers = random.Random(2)
+        path = os.path.join(self.folder, "geometries.wkt")
+        with open(path, "w", encoding="ascii") as file:
+            for _ in range(10):
+                file.writelines(line + "\n" for line in outlines)
+                for _ in range(20_000):
+                    x, y = numbers.randrange(-18_000_000, 18_000_000), numbers.randrange(-9_000_000, 9_000_000)
+                    file.write("POINT (%s %s)\n" % (text(x / 100_000), text(y / 100_000)))
+        return path
+
     def check(self, task, who, printed):
+        # Which point lies in which country is not worked out here: the programs check each other.
+        self.expected.setdefault(task, printed)
         # Miller's program has nothing to print.
         if printed != (self.expected[task] if who != "Miller" else ""):
             sys.exit("bench: %s of %s printed something else than expected:\n%s" % (task, who, printed[:500]))
@@ -126,24 +174,26 @@ class Work:
                 with open(os.path.join(self.out, name), "rb") as file:
                     if hashlib.sha256(file.read()).digest() != digest.digest():
                         sys.exit("bench: %s of %s wrote a wrong file %s" % (task, who, name))
+        if task == "wkt" and not filecmp.cmp(self.inputs[task], os.path.join(self.out, "wkt"), shallow=False):
+            sys.exit("bench: wkt of %s did not write what it read" % who)
 
 
 def command(program, ending, task, source, out):
     path = os.path.join(PROGRAMS, "%s.%s" % (task, ending))
-    data = task in ("count", "transfer", "stream", "stream_pickle")
+    data = task in FILE_TASKS
     if ending == "qor":
-        return [program, "-cgi", "-script", path] + (["-input", source, "-out", out] if data else [])
+        return [program, "-cgi", "-script", path] + (["-input", source, "-out", out, "-areas", AREAS] if data else [])
     if ending == "awk":
         return [program, "-v", "out=" + out, "-f", path] + ([source] if data else [])
     if ending == "mlr":
         return [program, "--inidx", "--ifs", ",", "--from", source, "put", "-q", "-f", path]
-    return [program, path] + ([source, out] if data else [])
+    return [program, path] + ([source, out, AREAS] if data else [])
 
 
 def run(arguments, folder, out, watch=lambda pid: None):
     """CPU seconds and standard output of a child; watch is called with its id while it runs."""
     with open(os.path.join(folder, "printed"), "w+b") as printed:
-        environment = dict(os.environ, LC_ALL="C", OUT=out)
+        environment = dict(os.environ, LC_ALL="C", OUT=out, PYTHONWARNINGS="ignore")
         child = subprocess.Popen(arguments, stdin=subprocess.DEVNULL, stdout=printed, env=environment)
         watch(child.pid)
         status, usage = os.wait4(child.pid, 0)[1:]
@@ -209,10 +259,11 @@ def cells(values, languages, form):
 def measure(work, task, languages, rounds):
     """The cells of a row: the median of each language."""
     runners = runners_of(task, languages)
+    source = work.inputs.get(task, work.input)
     seconds = {l[0]: [] for l in runners}
     for _ in range(rounds):
         for who, program, ending, _ in runners:
-            taken, printed = run(command(program, ending, task, work.input, work.out), work.folder, work.out)
+            taken, printed = run(command(program, ending, task, source, work.out), work.folder, work.out)
             work.check(task, who, printed)
             seconds[who].append(taken)
     return cells({who: statistics.median(taken) for who, taken in seconds.items()}, languages, "%.2f")
