@@ -2,6 +2,7 @@
 
 #include "object/map_access.hpp"
 #include "object/types.hpp"
+#include "qor/db.h"
 #include "qor/msg.h"
 
 namespace qor {
@@ -10,7 +11,7 @@ Dblink_module dblink_module;
 
 namespace {
 
-const Dblink_head *head_of(QOR_DBLINK dblink) { return reinterpret_cast<const Dblink_head *>(dblink); }
+const DB_DBLINK_HEAD *head_of(QOR_DBLINK dblink) { return reinterpret_cast<const DB_DBLINK_HEAD *>(dblink); }
 
 Strng with_text(const char *message, STRNG text) {
     Strng all(message);
@@ -42,7 +43,7 @@ void slot_copy(const void *source, void *target) {
 }
 
 void slot_tochar(const void *value, int16_t *length, char *buffer) {
-    const Dblink_head *head = head_of(value_at<QOR_DBLINK>(value));
+    const DB_DBLINK_HEAD *head = head_of(value_at<QOR_DBLINK>(value));
     put_tochar(head ? c_text(view(head->text)) : "", length, buffer);
 }
 
@@ -54,7 +55,7 @@ void slot_index(void *value, STRNG key, QOR_OBJECT **variable, int32_t *status) 
     *status = 0;
     const bool found = resolve(value_at<QOR_DBLINK>(value));
     // Messages of the module may have run script code that took the value away.
-    const Dblink_head *head = head_of(value_at<QOR_DBLINK>(value));
+    const DB_DBLINK_HEAD *head = head_of(value_at<QOR_DBLINK>(value));
     if (!head) return;
     if (!found)
         MESSAGE_DISPLAY_S(with_text("unable to resolve dblink ", head->text));

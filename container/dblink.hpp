@@ -6,12 +6,6 @@
 
 namespace qor {
 
-// How the module's record begins; the rest is the module's own.
-struct Dblink_head {
-    STRNG text;      // what the link was made of
-    QOR_OBJECT *map; // the row's values, once the link is resolved
-};
-
 // What the module does for the type. The bridge fills it when the module is
 // there; until then all are null, and no dblink has a value.
 struct Dblink_module {

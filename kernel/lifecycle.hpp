@@ -34,10 +34,12 @@ void odb_init();
 
 // 1 when the module is complete, 0 after its reports when it is not.
 bool geom_bridge_connect();
+bool db_bridge_connect();
 bool codec_bridge_connect();
 
 void PLUGIN_UNLOAD_ALL();
 void geom_bridge_disconnect();
+void db_bridge_disconnect();
 void codec_bridge_disconnect();
 void qorrun_terminate();
 void odb_terminate();

@@ -52,10 +52,10 @@ constexpr void (*INIT_ORDER[])() = {
 };
 
 constexpr void (*TERMINATE_ORDER[])() = {
-    PLUGIN_UNLOAD_ALL, geom_bridge_disconnect, codec_bridge_disconnect, qorrun_terminate,
-    odb_terminate,     option_terminate,       dbgp_terminate,          link_terminate,
-    imem_terminate,    socket_terminate,       textfile_terminate,      lex2_terminate,
-    blob_terminate,    qormeth_terminate,      qorcomp_terminate,       qorio_terminate,
+    PLUGIN_UNLOAD_ALL, geom_bridge_disconnect, db_bridge_disconnect, codec_bridge_disconnect, qorrun_terminate,
+    odb_terminate,     option_terminate,       dbgp_terminate,       link_terminate,          imem_terminate,
+    socket_terminate,  textfile_terminate,     lex2_terminate,       blob_terminate,          qormeth_terminate,
+    qorcomp_terminate, qorio_terminate,
 };
 
 // Ends the process when the module is missing: nobody catches an abort yet.
@@ -219,6 +219,7 @@ void QORPROC_INIT() {
     input_count = output_count = error_count = 0;
     for (auto init : INIT_ORDER) init();
     require_module(geom_bridge_connect(), "geom");
+    require_module(db_bridge_connect(), "db");
     require_module(codec_bridge_connect(), "codec");
     MSG_CREATE_C(&qorproc_msg, "QOR", 0);
     int32_t status;

@@ -7,6 +7,7 @@
 #include "qor/btyp.h"
 #include "qor/class.h"
 #include "qor/conv.h"
+#include "qor/db.h"
 #include "qor/geom.h"
 #include "qor/lex2.h"
 #include "qor/map.h"
