@@ -5,9 +5,9 @@ PREFIX ?= /usr/local
 JOBS ?= $(shell nproc)
 PACKAGES = sh cmake/packages.sh
 
-BUILD_PACKAGES = g++ cmake ninja-build nettle-dev libgeos-dev libproj-dev nlohmann-json3-dev
+BUILD_PACKAGES = g++ cmake ninja-build nettle-dev libgeos-dev libproj-dev nlohmann-json3-dev libsqlite3-dev unixodbc-dev
 # npm fetches a debugger client; that of another Node.js than Debian's does too.
-TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev $(if $(shell command -v npm 2>/dev/null),,npm)
+TEST_PACKAGES = $(BUILD_PACKAGES) libgtest-dev sqlite3 postgresql odbc-postgresql $(if $(shell command -v npm 2>/dev/null),,npm)
 LINT_PACKAGES = $(TEST_PACKAGES) clang-format clang-tidy
 FUZZ_PACKAGES = $(BUILD_PACKAGES) clang libclang-rt-14-dev
 
@@ -24,6 +24,7 @@ run: build
 	@mkdir -p $(RESULTS)
 	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script atlas.qor -results $(CURDIR)/$(RESULTS)
 	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script shares.qor -results $(CURDIR)/$(RESULTS)
+	@cd $(EXAMPLE) && $(CURDIR)/build/bin/qor -cgi -script database.qor -results $(CURDIR)/$(RESULTS)
 	@cd examples/borders && $(CURDIR)/build/bin/qor -cgi -script borders.qor -results $(CURDIR)/$(RESULTS)
 
 build:

@@ -10,7 +10,7 @@ trap 'rm -rf "$work"' EXIT
 export ASAN_OPTIONS="$ASAN_OPTIONS:detect_leaks=0" # aborts leave things half way
 cd "$work" || exit 1
 failed=0
-for document in README.md docs/language.md docs/types.md docs/plugins.md docs/geometry.md; do
+for document in README.md docs/language.md docs/types.md docs/plugins.md docs/geometry.md docs/databases.md; do
     rm -rf cases && mkdir cases
     awk '
     /^```/ && file != "" { close(file); file = ""; next }

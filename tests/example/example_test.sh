@@ -34,6 +34,11 @@ if "$qor" -cgi -script shares.qor -results "$work" > "$work/out"; then
     exit 1
 fi
 
+# The third script puts what the first one wrote into a database, also where there is one already.
+for time in first second; do
+    "$qor" -cgi -script database.qor -results "$work/results" | diff -u expected_database.txt -
+done
+
 # All places as a stream of objects, there and back.
 "$qor" -cgi -script "$tests/roundtrip.qor" -results "$work/results" > "$work/out"
 if ! grep -q '^25567 written, 25567 read$' "$work/out"; then
