@@ -11,6 +11,7 @@ import json
 import os
 import random
 import shutil
+import sqlite3
 import statistics
 import subprocess
 import sys
@@ -49,9 +50,12 @@ TASKS = [
     ("points", "create, copy and release 1,000,000 points (Python: shapely)"),
     ("inside", "find the country of 1,000,000 points among 241 (Python: shapely)"),
     ("wkt", "read and write 200,000 points and 2,410 outlines of countries as WKT (Python: shapely)"),
+    ("sqlwrite", "load 1,000,000 lines of five fields into SQLite, 10,000 rows in a transaction"),
+    ("sqlread", "read 1,000,000 rows of five columns from SQLite, add up a third of them"),
 ]
 # Those that get files: what comes in, the folder for what goes out, and the outlines of countries.
-FILE_TASKS = ("count", "transfer", "stream", "stream_pickle", "inside", "wkt")
+FILE_TASKS = ("count", "transfer", "stream", "stream_pickle", "inside", "wkt", "sqlwrite", "sqlread")
+SALES = "create table SALES (ID integer, KEYNAME text, REGION text, AMOUNT real, REMARK text)"
 
 # Containers of a million: what each program fills, the name of one element, and what it can do with it then, which its
 # argument names, with what it prints. The languages that have a program for one are those with containers to compare.
@@ -162,6 +166,18 @@ class Work:
                     x, y = numbers.randrange(-18_000_000, 18_000_000), numbers.randrange(-9_000_000, 9_000_000)
                     file.write("POINT (%s %s)\n" % (text(x / 100_000), text(y / 100_000)))
         return path
+            "sqlwrite": "%d\n" % LINES,
+        }
+
+    def make_database(self):
+        """The same lines as a table, to be read and to be compared with what is written."""
+        with open(self.input, encoding="ascii") as file:
+            rows = [line.rstrip("\n").split(",") for line in file]
+        with sqlite3.connect(os.path.join(self.out, "read.db")) as database:
+            database.execute(SALES)
+            database.executemany("insert into SALES values (?, ?, ?, ?, ?)", rows)
+        north = [float(row[3]) for row in rows if row[2] == "north"]
+        self.expected["sqlread"] = "%d %.2f\n" % (len(north), sum(north))
 
     def check(self, task, who, printed):
         # Which point lies in which country is not worked out here: the programs check each other.
@@ -176,6 +192,17 @@ class Work:
                         sys.exit("bench: %s of %s wrote a wrong file %s" % (task, who, name))
         if task == "wkt" and not filecmp.cmp(self.inputs[task], os.path.join(self.out, "wkt"), shallow=False):
             sys.exit("bench: wkt of %s did not write what it read" % who)
+        if task == "sqlwrite":
+            written, wanted = (rows_of(os.path.join(self.out, name)) for name in ("write.db", "read.db"))
+            if written != wanted:
+                sys.exit("bench: %s of %s wrote %s for %s" % (task, who, written, wanted))
+
+
+def rows_of(path):
+    """What two tables have in common that hold the same rows in the same order."""
+    with sqlite3.connect(path) as database:
+        return database.execute("select count(*), sum(ID), sum(ID * length(KEYNAME || REGION || REMARK)), "
+                                "sum(rowid * cast(AMOUNT * 100 + 0.5 as integer)) from SALES").fetchone()
 
 
 def command(program, ending, task, source, out):
@@ -234,11 +261,15 @@ def main():
 
     with tempfile.TemporaryDirectory(prefix="qor-bench-") as folder:
         work = Work(folder)
+        if "sqlread" in wanted or "sqlwrite" in wanted:
+            work.make_database()
         if any(task in wanted for task, _ in TASKS):
             print_head("CPU seconds (ratio to Python)", languages)
         for task, title in TASKS:
             if task in wanted:
                 print("| %s | %s |" % (title, measure(work, task, languages, options.rounds)), flush=True)
+        if "sqlwrite" in wanted:
+            import_by_shell(work, options.rounds)
         if "memory" in wanted:
             memory(work, languages[0][1])
         containers(work.folder, wanted, languages, options.rounds)
@@ -267,6 +298,21 @@ def measure(work, task, languages, rounds):
             work.check(task, who, printed)
             seconds[who].append(taken)
     return cells({who: statistics.median(taken) for who, taken in seconds.items()}, languages, "%.2f")
+
+
+def import_by_shell(work, rounds):
+    """SQLite's own program loads the same file; it splits lines and converts by the types of the columns."""
+    shell = shutil.which("sqlite3")
+    if not shell:
+        print("bench: sqlite3 is missing and left out", file=sys.stderr)
+        return
+    seconds = []
+    for _ in range(rounds):
+        taken, _ = run([shell, os.path.join(work.out, "write.db"), "-cmd", "drop table if exists SALES", "-cmd", SALES,
+                        "-cmd", ".mode csv", ".import %s SALES" % work.input], work.folder, work.out)
+        work.check("sqlwrite", "sqlite3", "%d\n" % LINES)
+        seconds.append(taken)
+    print("\nThe sqlite3 shell imports the same lines in %.2f s" % statistics.median(seconds))
 
 
 def runners_of(task, languages):
