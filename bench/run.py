@@ -132,6 +132,7 @@ class Work:
             "stream_pickle": "%d %d\n" % (RECORDS_IN_STREAM, in_stream),
             "points": "%d\n" % ((sum(range(MILLION)) + MILLION // 2) % MODULUS),
             "wkt": "",
+            "sqlwrite": "%d\n" % LINES,
         }
 
     def write_points(self):
@@ -166,8 +167,6 @@ class Work:
                     x, y = numbers.randrange(-18_000_000, 18_000_000), numbers.randrange(-9_000_000, 9_000_000)
                     file.write("POINT (%s %s)\n" % (text(x / 100_000), text(y / 100_000)))
         return path
-            "sqlwrite": "%d\n" % LINES,
-        }
 
     def make_database(self):
         """The same lines as a table, to be read and to be compared with what is written."""
