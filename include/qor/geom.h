@@ -311,8 +311,9 @@ enum { GEOM_END_FLAT = 0, GEOM_END_ROUND = 1, GEOM_END_SQUARE = 2 };
 QOR_API int32_t GEOM2_COPY_LINE_PARALLEL(QOR_GEOMETRY line, double distance, int32_t corner, double limit,
                                          QOR_GEOMETRY *copy);
 /* The area beside a line, as wide as told on its left and right (neither below
- * 0, not both 0), arcs kept. Where the sides cross themselves the result is
- * cleaned, which turns its arcs into chords. Answers 0 when there is none. */
+ * 0, not both 0), arcs kept. Where it would overlap itself, as beside a line
+ * that crosses itself, the parts become one, and arcs chords. Answers 0 when
+ * there is none. */
 QOR_API int32_t GEOM2_CREATE_AREA_FROM_LINE(QOR_GEOMETRY line, double left, int32_t corner, double right, int32_t end,
                                             QOR_GEOMETRY *area);
 /* A copy of any geometry in which chords stand for arcs. No chord is further

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <optional>
 
 #include "inside.hpp"
 #include "overlay.hpp"
@@ -127,11 +128,15 @@ class Segment_index {
 
 // --- cutting lines -------------------------------------------------------------------
 
-// Where the border of the fence meets a segment. Between two such places the segment is
-// on one side of the border, or runs along it.
+// What a place where the border meets a segment says of the side that follows. It is certain
+// to be the other one only where straight segments cross well away from all their ends.
+enum class Change { NONE, OTHER_SIDE, UNKNOWN };
+
+// Between two such places the segment is on one side of the border, or runs along it.
 struct Cut_place {
     double position;
     int along; // 1: a stretch along the border begins, -1: one ends
+    Change change;
 };
 
 bool do_run_together(const Segment &a, const Segment &b, double from, double to) {
@@ -150,7 +155,10 @@ class Line_cutter {
     void cut(const Composite *line, int32_t attribute) {
         attribute_ = attribute;
         for_each_segment(line, [&](const Line_node &from, const Line_node &to, const Segment &segment) {
-            if (!is_same(end_, place_of(from))) finish_piece();
+            if (!is_same(end_, place_of(from))) {
+                finish_piece();
+                is_inside_.reset();
+            }
             cut_segment(from, to, segment);
         });
     }
@@ -171,20 +179,28 @@ class Line_cutter {
             double positions[2];
             for (int i = 0; i < count; ++i) positions[i] = nearest(segment, places[i]).position;
             const bool is_stretch = count == 2 && do_run_together(segment, other, positions[0], positions[1]);
-            for (int i = 0; i < count; ++i) cuts_.push_back({positions[i], is_stretch ? 1 - 2 * i : 0});
+            const bool is_crossing = count == 1 && !segment.is_arc && !other.is_arc && positions[0] > slack &&
+                                     positions[0] < whole - slack && distance(places[0], other.start) > slack &&
+                                     distance(places[0], other.end) > slack;
+            const Change change = is_crossing ? Change::OTHER_SIDE : Change::UNKNOWN;
+            for (int i = 0; i < count; ++i) cuts_.push_back({positions[i], is_stretch ? 1 - 2 * i : 0, change});
         });
         std::sort(cuts_.begin(), cuts_.end(),
                   [](const Cut_place &a, const Cut_place &b) { return a.position < b.position; });
         // Places that are one but for rounding become one.
-        std::vector<Cut_place> merged{{0, 0}};
+        std::vector<Cut_place> merged{{0, 0, Change::NONE}};
         for (const Cut_place &cut : cuts_) {
-            if (cut.position - merged.back().position > slack) merged.push_back({cut.position, 0});
-            merged.back().along += cut.along;
+            if (cut.position - merged.back().position > slack) {
+                merged.push_back(cut);
+            } else {
+                merged.back().along += cut.along;
+                merged.back().change = Change::UNKNOWN;
+            }
         }
         if (merged.size() > 1 && whole - merged.back().position <= slack) {
             merged.back().position = whole;
         } else {
-            merged.push_back({whole, 0});
+            merged.push_back({whole, 0, Change::NONE});
         }
         cuts_.swap(merged);
     }
@@ -199,9 +215,14 @@ class Line_cutter {
         double begin = -1; // of the stretch that is wanted, if not negative
         for (size_t i = 0; i + 1 < cuts_.size(); ++i) {
             along += cuts_[i].along;
-            const double middle = (cuts_[i].position + cuts_[i + 1].position) / 2;
-            const bool is_inside = along > 0 || GEOM_IS_INSIDEAREA(point_at(segment, middle), fence_) != 0;
-            if (is_inside == wants_inside_) {
+            note(cuts_[i].change);
+            if (along > 0) {
+                is_inside_ = true;
+            } else if (!is_inside_) {
+                const double middle = (cuts_[i].position + cuts_[i + 1].position) / 2;
+                is_inside_ = GEOM_IS_INSIDEAREA(point_at(segment, middle), fence_) != 0;
+            }
+            if (is_inside_ == wants_inside_) {
                 if (begin < 0) begin = cuts_[i].position;
                 continue;
             }
@@ -210,6 +231,11 @@ class Line_cutter {
             begin = -1;
         }
         if (begin >= 0) append(from, to, segment, begin, whole);
+        note(cuts_.back().change);
+    }
+    void note(Change change) {
+        if (change == Change::UNKNOWN) is_inside_.reset();
+        if (change == Change::OTHER_SIDE && is_inside_) is_inside_ = !*is_inside_;
     }
     // Appends a stretch of a segment to the piece that is open. Ends of the segment are
     // taken over as they are.
@@ -243,6 +269,7 @@ class Line_cutter {
     QOR_GEOMETRY fence_;
     Segment_index index_;
     bool wants_inside_;
+    std::optional<bool> is_inside_; // where the line has got to, if that is certain
     Gathered *pieces_;
     int32_t attribute_ = 0;
     std::vector<Cut_place> cuts_;

@@ -182,17 +182,18 @@ class Nesting {
             (outer ? outer->inner : outermost_).push_back(ring);
         }
     }
-    // A ring that only touches a larger one, or is equal to it, still has a point of which
-    // it is clear where it lies: one of its inside.
     Ring *container(const Ring &ring) {
-        const Geometry inside(GEOSPointOnSurface_r(context(), ring.polygon));
-        if (!inside) return nullptr;
         std::vector<Ring *> candidates;
         const auto take = [](void *item, void *list) {
             static_cast<std::vector<Ring *> *>(list)->push_back(static_cast<Ring *>(item));
         };
-        GEOSSTRtree_query_r(context(), tree_.get(), inside.get(), take, &candidates);
+        GEOSSTRtree_query_r(context(), tree_.get(), ring.polygon, take, &candidates);
         std::erase_if(candidates, [&](const Ring *candidate) { return candidate >= &ring; });
+        if (candidates.empty()) return nullptr;
+        // A ring that only touches a larger one, or is equal to it, still has a point of
+        // which it is clear where it lies: one of its inside.
+        const Geometry inside(GEOSPointOnSurface_r(context(), ring.polygon));
+        if (!inside) return nullptr;
         std::make_heap(candidates.begin(), candidates.end());
         while (!candidates.empty()) {
             std::pop_heap(candidates.begin(), candidates.end());
@@ -271,6 +272,32 @@ std::vector<const GEOSGeometry *> parts_of(const GEOSGeometry *geometry) {
     return parts;
 }
 
+double content_of(const GEOSGeometry *geometry) {
+    double content = 0;
+    GEOSArea_r(context(), geometry, &content);
+    return content;
+}
+
+Geometry united_on_grid(const GEOSGeometry *polygons) {
+    double size = 0;
+    for (auto *bound : {GEOSGeom_getXMin_r, GEOSGeom_getYMin_r, GEOSGeom_getXMax_r, GEOSGeom_getYMax_r}) {
+        double value = 0;
+        bound(context(), polygons, &value);
+        size = std::max(size, std::abs(value));
+    }
+    const double width = size > 1e-290 ? std::exp2(std::ilogb(size) - 47) : 0;
+    return Geometry(GEOSUnaryUnionPrec_r(context(), polygons, width));
+}
+
+// Joins faces that do not overlap, with their points as they are, unless some get lost by that.
+Geometry joined(std::vector<Geometry> faces) {
+    const Geometry all = collection(GEOS_MULTIPOLYGON, std::move(faces));
+    const double content = content_of(all.get());
+    Geometry whole(GEOSUnaryUnion_r(context(), all.get()));
+    if (!whole || std::abs(content_of(whole.get()) - content) <= 1e-9 * content) return whole;
+    return united_on_grid(all.get());
+}
+
 // Cuts the plane along all rings of a polygonal geometry and joins those faces of which an
 // inner point is crossed over an odd number of times on the way out. A prepared geometry
 // finds points by just this rule, however its rings cross, unless they are out of the box
@@ -290,8 +317,7 @@ Geometry even_odd(const GEOSGeometry *area) {
         if (place && GEOSPreparedIntersects_r(context(), locator.get(), place.get()) == 1)
             inside.emplace_back(GEOSGeom_clone_r(context(), face));
     }
-    const Geometry all = collection(GEOS_MULTIPOLYGON, std::move(inside));
-    return Geometry(GEOSUnaryUnion_r(context(), all.get()));
+    return joined(std::move(inside));
 }
 
 // --- from GEOS -------------------------------------------------------------------
@@ -413,6 +439,11 @@ Geometry split_into_rings(const GEOSGeometry *area) {
         for (int i = 0; i < count; ++i) polygons.push_back(polygon(GEOSGetInteriorRingN_r(context(), part, i)));
     }
     return collection(GEOS_MULTIPOLYGON, std::move(polygons));
+}
+
+Geometry united(std::vector<Geometry> polygons) {
+    const Geometry all = collection(GEOS_MULTIPOLYGON, std::move(polygons));
+    return united_on_grid(all.get());
 }
 
 Geometry made_valid(Geometry geometry) {

@@ -42,6 +42,9 @@ Geometry to_geos(QOR_GEOMETRY geometry, double tolerance);
 std::vector<std::vector<size_t>> nest(const std::vector<Geometry> &rings);
 // Each ring of a Polygon or MultiPolygon as a polygon of its own, in a MultiPolygon.
 Geometry split_into_rings(const GEOSGeometry *area);
+// All that polygons cover, its points taken to a grid as fine as rounding: without one GEOS may
+// lose polygons of which the borders all but run along each other. Null when that fails.
+Geometry united(std::vector<Geometry> polygons);
 // An area of which the rings cross or run along themselves or each other as a valid one,
 // by the even-odd rule; anything else, and null, comes back as it is. Null when that
 // can not be computed.

@@ -111,8 +111,10 @@ bool is_on_circle(GEOM_XY place, const Segment &arc, double rounding) {
     return std::abs(cut(arc, 0).bow.bulge(place)) <= 2 * arc.circle.radius * rounding;
 }
 
+// Three places of an arc tell; a full circle has only two of its own.
 bool lies_on_circle(const Segment &a, const Segment &b, double rounding) {
-    return is_on_circle(a.start, b, rounding) && is_on_circle(a.over, b, rounding) && is_on_circle(a.end, b, rounding);
+    const GEOM_XY third = is_full_circle(a) ? point_at(a, length(a) / 4) : a.end;
+    return is_on_circle(a.start, b, rounding) && is_on_circle(a.over, b, rounding) && is_on_circle(third, b, rounding);
 }
 
 // All places with the same power to both circles make a straight line; where it meets one of

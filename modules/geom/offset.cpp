@@ -27,7 +27,6 @@ namespace geom {
 namespace {
 
 constexpr size_t NONE = SIZE_MAX;
-constexpr double DEFAULT_LIMIT = 5;
 
 struct Range {
     double from, to;
@@ -423,6 +422,7 @@ void connect(Chain *chain, double tolerance) {
                 bridge.start_z = last.end_z;
                 bridge.end_z = segment.start_z;
                 connected.push_back(bridge);
+                chain->has_gap = true;
             } else {
                 segment.start = last.end;
                 segment.start_z = last.end_z;
@@ -434,6 +434,7 @@ void connect(Chain *chain, double tolerance) {
     if (chain->is_closed && !connected.empty()) {
         const Segment first = connected.front();
         if (distance(connected.back().end, first.start) > tolerance) {
+            chain->has_gap = true;
             add(make_segment(connected.back().end, first.start));
         }
         connected.back().end = first.start;

@@ -5,9 +5,13 @@
 
 namespace geom {
 
+// How often the distance a mitre may be long, if nothing else is told.
+constexpr double DEFAULT_LIMIT = 5;
+
 struct Chain {
     std::vector<Segment> segments;
     bool is_closed = false;
+    bool has_gap = false; // that a straight segment bridges
     double length() const;
 };
 

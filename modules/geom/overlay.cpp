@@ -1,8 +1,9 @@
-// Overlay of areas, their validity, and areas grown or shrunk, by means of GEOS.
+// Overlay of areas and their validity, by means of GEOS.
 #include "overlay.hpp"
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -51,6 +52,20 @@ const char *coordinate_fault(const Geometry *geometry, GEOM_XY *place) {
 geos::Geometry valid_polygons(QOR_GEOMETRY area) {
     if (!area) return geos::Geometry(GEOSGeom_createEmptyPolygon_r(geos::context()));
     return geos::made_valid(geos::to_geos(area, 0));
+}
+
+geos::Geometry polygon_of(const std::vector<Point> &corners) {
+    std::vector<double> coordinates;
+    const auto add = [&](const Point &corner) {
+        const double z = corner.z == GEOM_NO_HEIGHT ? std::numeric_limits<double>::quiet_NaN() : corner.z;
+        coordinates.insert(coordinates.end(), {corner.x, corner.y, z});
+    };
+    std::for_each(corners.begin(), corners.end(), add);
+    add(corners.front());
+    const auto count = static_cast<unsigned>(corners.size() + 1);
+    GEOSCoordSequence *sequence = GEOSCoordSeq_copyFromBuffer_r(geos::context(), coordinates.data(), count, 1, 0);
+    GEOSGeometry *ring = GEOSGeom_createLinearRing_r(geos::context(), sequence);
+    return geos::Geometry(GEOSGeom_createPolygon_r(geos::context(), ring, nullptr, 0));
 }
 
 Point_attributes::Point_attributes(QOR_GEOMETRY source) {
@@ -190,29 +205,6 @@ int32_t copy_cleaned(QOR_GEOMETRY area, QOR_GEOMETRY *result, const char *operat
     return 1;
 }
 
-// --- parallel boundaries -----------------------------------------------------------
-
-struct Buffer_deleter {
-    void operator()(GEOSBufferParams *params) const { GEOSBufferParams_destroy_r(geos::context(), params); }
-};
-
-// Chords for a quarter of a circle, so that they stay within the stroke tolerance.
-int quadrant_segments(double radius) {
-    const double tolerance = stroke_tolerance() > 0 ? stroke_tolerance() : radius / 10000;
-    const double turn = 4 * std::asin(std::min(1.0, std::sqrt(tolerance / radius / 2)));
-    return static_cast<int>(std::clamp(std::ceil(PI / 2 / turn), 8.0, 500.0));
-}
-
-geos::Geometry grown(const GEOSGeometry *polygons, double distance, int32_t corner, double limit) {
-    static constexpr int JOINS[] = {GEOSBUF_JOIN_ROUND, GEOSBUF_JOIN_MITRE, GEOSBUF_JOIN_BEVEL};
-    const std::unique_ptr<GEOSBufferParams, Buffer_deleter> params(GEOSBufferParams_create_r(geos::context()));
-    GEOSBufferParams_setJoinStyle_r(geos::context(), params.get(), JOINS[corner]);
-    GEOSBufferParams_setMitreLimit_r(geos::context(), params.get(), limit > 0 ? limit : 5);
-    if (distance != 0)
-        GEOSBufferParams_setQuadrantSegments_r(geos::context(), params.get(), quadrant_segments(std::abs(distance)));
-    return geos::Geometry(GEOSBufferWithParams_r(geos::context(), polygons, params.get(), distance));
-}
-
 } // namespace
 
 int32_t clean_area(QOR_GEOMETRY *area, const char *operation) {
@@ -280,18 +272,4 @@ int32_t GEOM2_AREA_DIFFERENCE(QOR_GEOMETRY a, QOR_GEOMETRY b, QOR_GEOMETRY *resu
     b = area_in(b, OPERATION);
     if (!a || !b) return copy_cleaned(a, result, OPERATION);
     return overlay(GEOSDifference_r, a, b, result, OPERATION);
-}
-
-int32_t GEOM2_COPY_AREA_BOUNDARY_PARALLEL(QOR_GEOMETRY area, double distance, int32_t corner, double limit,
-                                          QOR_GEOMETRY *copy) {
-    static constexpr char OPERATION[] = "GEOM2_COPY_AREA_BOUNDARY_PARALLEL";
-    if (!area_in(area, OPERATION)) return 0;
-    if (!(std::abs(distance) <= geos::MAX_COORDINATE)) return refuse(OPERATION, "the distance is not a usable number");
-    if (corner < GEOM_CORNER_ROUND || corner > GEOM_CORNER_BEVEL) return refuse(OPERATION, "unknown kind of corner");
-    if (!(limit >= 0) || std::isinf(limit)) return refuse(OPERATION, "the limit must be a number from 0");
-    geos::Geometry polygons = valid_polygons(area);
-    if (polygons) polygons = grown(polygons.get(), distance, corner, limit);
-    if (!polygons) return refuse(OPERATION, geos::take_error());
-    replace(copy, geometry_of(geos::area_from_geos(polygons.get(), GEOM_GET_GATTR(area))), OPERATION);
-    return 1;
 }

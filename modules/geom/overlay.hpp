@@ -23,6 +23,9 @@ const char *coordinate_fault(const Geometry *geometry, GEOM_XY *place = nullptr)
 // An area, or the empty geometry, as valid polygons. Null with the reason in take_error.
 geos::Geometry valid_polygons(QOR_GEOMETRY area);
 
+// The polygon of which the corners are given, without the first one at the end.
+geos::Geometry polygon_of(const std::vector<Point> &corners);
+
 // Puts a valid area into the place of one that is not. Answers 0 when that fails, with an
 // error that names the operation.
 int32_t clean_area(QOR_GEOMETRY *area, const char *operation);

@@ -239,6 +239,7 @@ class Reader {
 
 class Writer {
   public:
+    explicit Writer(const Survey &found) { text_.reserve(found.text_size()); }
     void open(Kind kind, size_t) {
         separate();
         if (kinds_.empty() || kinds_.back() == Kind::GEOMETRYCOLLECTION) {
@@ -314,8 +315,9 @@ std::string write_geojson(const Source &source, double tolerance) {
             geometry = copies.back().get();
         }
     }
-    Writer writer;
-    write_shapes(writer, straight, survey(straight).list_kind);
+    const Survey found = survey(straight);
+    Writer writer(found);
+    write_shapes(writer, straight, found.list_kind);
     return writer.take();
 }
 

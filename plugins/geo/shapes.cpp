@@ -238,25 +238,49 @@ Curve curve_of(QOR_GEOMETRY line_or_rand) {
     return curve;
 }
 
-Polygons polygons_of(QOR_GEOMETRY area) {
-    Polygons result;
-    for_each_part(area, [&result](QOR_GEOMETRY rand) {
-        Curve &ring = result.rings.emplace_back(curve_of(rand));
+namespace {
+
+std::vector<Curve> rings_of(QOR_GEOMETRY area) {
+    std::vector<Curve> rings;
+    for_each_part(area, [&rings](QOR_GEOMETRY rand) {
+        Curve &ring = rings.emplace_back(curve_of(rand));
         // Readers want four points in a ring without arcs.
         while (ring.size() < 4 && !has_arcs(ring)) ring.push_back(Vertex(ring.back()));
     });
-    if (result.rings.size() == 1) {
-        result.polygons = {{0}};
-        return result;
+    return rings;
+}
+
+geos::Geometry to_geos(const Curve &ring) {
+    std::vector<double> x, y;
+    x.reserve(ring.size());
+    y.reserve(ring.size());
+    for (const Vertex &vertex : ring) {
+        if (std::max(std::abs(vertex.x), std::abs(vertex.y)) > geos::MAX_COORDINATE)
+            throw No_result{"a coordinate is too large"};
+        x.push_back(vertex.x);
+        y.push_back(vertex.y);
     }
-    std::vector<geos::Geometry> rings;
-    for_each_part(area, [&rings](QOR_GEOMETRY rand) {
-        Geometry alone;
-        GEOM_CREATE_AREA(alone.address(), rand);
-        rings.push_back(geos::to_geos(alone.get(), 0));
-        if (!rings.back()) throw No_result{geos::take_error()};
-    });
-    result.polygons = geos::nest(rings);
+    GEOSContextHandle_t context = geos::context();
+    GEOSCoordSequence *places = GEOSCoordSeq_copyFromArrays_r(context, x.data(), y.data(), nullptr, nullptr,
+                                                              static_cast<unsigned>(ring.size()));
+    return geos::Geometry(GEOSGeom_createPolygon_r(context, GEOSGeom_createLinearRing_r(context, places), nullptr, 0));
+}
+
+} // namespace
+
+Polygons polygons_of(QOR_GEOMETRY area) {
+    Polygons result{rings_of(area), {{0}}};
+    if (result.rings.size() == 1) return result;
+    const bool is_curved = std::any_of(result.rings.begin(), result.rings.end(), has_arcs);
+    std::vector<Curve> chords;
+    if (is_curved) {
+        Geometry straight;
+        GEOM2_STROKE(area, straight.address(), 0);
+        chords = rings_of(straight.get());
+    }
+    std::vector<geos::Geometry> polygons;
+    for (const Curve &ring : is_curved ? chords : result.rings) polygons.push_back(to_geos(ring));
+    result.polygons = geos::nest(polygons);
     return result;
 }
 
@@ -283,16 +307,19 @@ std::vector<Piece> pieces_of(const Curve &curve) {
 
 Survey survey(const Source &source) {
     bool are_points = true, are_curves = true, has_arcs = false, has_heights = false;
+    size_t places = 0;
     for (const QOR_GEOMETRY geometry : source.geometries) {
         const int32_t kind = kind_of(geometry);
         are_points = are_points && kind == GEOM_POINT;
         are_curves = are_curves && (kind == GEOM_LINE || kind == GEOM_RAND);
         if (kind == GEOM_POINT) {
+            ++places;
             has_heights = has_heights || !std::isnan(vertex_of(geometry).z);
             continue;
         }
         for_each_line(geometry, [&](QOR_GEOMETRY line) {
             for_each_point(line, [&](bool arc, double, double, double az, QOR_GEOMETRY point) {
+                places += arc ? 2 : 1;
                 has_arcs = has_arcs || arc;
                 has_heights = has_heights || !std::isnan(vertex_of(point).z) || (arc && az != GEOM_NO_HEIGHT);
             });
@@ -303,17 +330,40 @@ Survey survey(const Source &source) {
                            : !are_curves             ? GEOMETRYCOLLECTION
                            : has_arcs                ? MULTICURVE
                                                      : MULTILINESTRING;
-    return {list_kind, has_heights, has_arcs};
+    return {list_kind, has_heights, has_arcs, places};
 }
+
+namespace {
+
+// A number of at most eight decimals, as many coordinates are: much faster than the general
+// way. Below the limit no two of them are the same double, so these are its shortest digits.
+// Null when the number is not one.
+char *write_decimal(double size, char *buffer) {
+    constexpr double LIMIT = 1 << 25, SCALE = 1e8;
+    constexpr int DECIMALS = 8;
+    if (size >= LIMIT) return nullptr;
+    const auto scaled = static_cast<uint64_t>(std::llround(size * SCALE));
+    if (static_cast<double>(scaled) / SCALE != size) return nullptr;
+    char *end = std::to_chars(buffer, buffer + 32, scaled / static_cast<uint64_t>(SCALE)).ptr;
+    uint64_t rest = scaled % static_cast<uint64_t>(SCALE);
+    if (rest == 0) return end;
+    *end = '.';
+    for (int i = DECIMALS; i > 0; --i, rest /= 10) end[i] = static_cast<char>('0' + rest % 10);
+    end += DECIMALS;
+    while (*end == '0') --end;
+    return end + 1;
+}
+
+} // namespace
 
 // Fixed digits where they are not many: 100000 rather than 1e+05.
 char *write_number(double value, char *buffer) {
     if (std::isnan(value)) return std::copy_n("NaN", 3, buffer);
-    value += 0.0; // no minus in front of 0
+    if (value < 0) *buffer++ = '-';
     const double size = std::abs(value);
-    const bool is_fixed = size == 0 || (size >= 1e-6 && size < 1e15);
-    return std::to_chars(buffer, buffer + 32, value,
-                         is_fixed ? std::chars_format::fixed : std::chars_format::scientific)
+    if (char *end = write_decimal(size, buffer)) return end;
+    const bool is_fixed = size >= 1e-6 && size < 1e15;
+    return std::to_chars(buffer, buffer + 32, size, is_fixed ? std::chars_format::fixed : std::chars_format::scientific)
         .ptr;
 }
 

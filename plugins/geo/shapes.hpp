@@ -114,6 +114,10 @@ struct Survey {
     Kind list_kind; // which a list of them is
     bool has_heights;
     bool has_arcs;
+    size_t places;
+
+    // About as long as the text will be at most.
+    size_t text_size() const { return places * (has_heights ? 60 : 40); }
 };
 Survey survey(const Source &source);
 Vertex vertex_of(QOR_GEOMETRY point);

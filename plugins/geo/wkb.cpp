@@ -121,7 +121,7 @@ class Reader {
 
 class Writer {
   public:
-    explicit Writer(bool has_heights) : has_heights_(has_heights) {}
+    explicit Writer(const Survey &found) : has_heights_(found.has_heights) { text_.reserve(found.text_size()); }
     void open(Kind kind, size_t count) {
         const bool is_bare = !kinds_.empty() && kinds_.back() == Kind::POLYGON;
         if (!is_bare) {
@@ -162,7 +162,7 @@ Reading read_wkb(std::string_view digits) { return Reader(digits).read(); }
 
 std::string write_wkb(const Source &source) {
     const Survey found = survey(source);
-    Writer writer(found.has_heights);
+    Writer writer(found);
     write_shapes(writer, source, found.list_kind);
     return writer.take();
 }

@@ -152,7 +152,7 @@ class Reader {
 
 class Writer {
   public:
-    explicit Writer(bool has_heights) : has_heights_(has_heights) {}
+    explicit Writer(const Survey &found) : has_heights_(found.has_heights) { text_.reserve(found.text_size()); }
     void open(Kind kind, size_t) {
         separate();
         if (kinds_.empty() || row_of(kinds_.back()).plain_member != kind) {
@@ -202,7 +202,7 @@ Reading read_wkt(std::string_view text) { return Reader(text).read(); }
 
 std::string write_wkt(const Source &source) {
     const Survey found = survey(source);
-    Writer writer(found.has_heights);
+    Writer writer(found);
     write_shapes(writer, source, found.list_kind);
     return writer.take();
 }

@@ -31,13 +31,16 @@ bool is_about_size(const std::string &reason) {
     return reason == "a coordinate is too large" || reason.find("finite") != reason.npos;
 }
 
+// As few chords as may be: an input may hold thousands of circles.
+constexpr double COARSE = 1e300;
+
 void check_forms(const geo::Reading &reading) {
     std::string text, binary, json;
     try {
         const geo::Source source = source_of(reading);
         text = geo::write_wkt(source);
         binary = geo::write_wkb(source);
-        json = geo::write_geojson(source, 0);
+        json = geo::write_geojson(source, COARSE);
     } catch (const geo::No_result &refusal) {
         if (!is_about_size(refusal.reason)) throw;
     }

@@ -6,15 +6,14 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <map>
 #include <random>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "qor/btyp.h"
 #include "qor/geom.h"
-#include "qor/obj.h"
 #include "texts.hpp"
 
 // Areas: overlay, fences, hatching, cleaning and checking.
@@ -43,22 +42,22 @@ struct Geom {
     ~Geom() { GEOM_REMOVE(&word); }
 };
 
-// Points with commas between them; an arc point stands in front of its point: "@1 1 2 0".
+// Points with commas between them, with or without heights; an arc point stands in front
+// of its point: "@1 1 2 0".
 Geom line(const std::string &places) {
     Geom made, first;
     std::istringstream items(places);
     for (std::string item; std::getline(items, item, ',');) {
-        double ax = 0, ay = 0, x, y;
-        const bool is_arc = item.find('@') != std::string::npos;
-        if (is_arc) item[item.find('@')] = ' ';
-        std::istringstream numbers(item);
-        if (is_arc) numbers >> ax >> ay;
-        numbers >> x >> y;
-        Geom point(x, y);
+        // Streams read neither infinity nor what is no number.
+        std::istringstream words(item.front() == '@' ? item.substr(1) : item);
+        std::vector<double> v;
+        for (std::string word; words >> word;) v.push_back(std::strtod(word.c_str(), nullptr));
+        const size_t at = item.front() == '@' ? 2 : 0;
+        Geom point(v[at], v[at + 1], v.size() > at + 2 ? v[at + 2] : FLAT);
         if (made.word) {
-            GEOM_APPEND_LINE_POINT(&made.word, is_arc, ax, ay, FLAT, point.word);
+            GEOM_APPEND_LINE_POINT(&made.word, at, v[0], v[1], FLAT, point.word);
         } else if (first.word) {
-            GEOM_CREATE_LINE(&made.word, first.word, is_arc, ax, ay, FLAT, point.word);
+            GEOM_CREATE_LINE(&made.word, first.word, at, v[0], v[1], FLAT, point.word);
         } else {
             first = std::move(point);
         }
@@ -66,9 +65,9 @@ Geom line(const std::string &places) {
     return made;
 }
 
-Geom rand_of(const std::string &places) {
+Geom rand_of(const Geom &line) {
     Geom rand;
-    GEOM_CREATE_RAND(&rand.word, line(places).word);
+    GEOM_CREATE_RAND(&rand.word, line.word);
     return rand;
 }
 
@@ -77,47 +76,39 @@ Geom area(const std::string &rands) {
     Geom made;
     std::istringstream items(rands);
     for (std::string item; std::getline(items, item, ';');) {
-        const Geom rand = rand_of(item);
-        if (made.word) {
-            GEOM_APPEND_AREA_RAND(&made.word, rand.word);
-        } else {
-            GEOM_CREATE_AREA(&made.word, rand.word);
-        }
+        const Geom rand = rand_of(line(item));
+        made.word ? GEOM_APPEND_AREA_RAND(&made.word, rand.word) : GEOM_CREATE_AREA(&made.word, rand.word);
     }
     return made;
 }
 
-std::string box(double x1, double y1, double x2, double y2) {
+// Numbers one after the other, with all their digits.
+template <typename... Parts> std::string text_of(const Parts &...parts) {
     std::ostringstream out;
     out.precision(17);
-    out << x1 << ' ' << y1 << ',' << x2 << ' ' << y1 << ',' << x2 << ' ' << y2 << ',' << x1 << ' ' << y2 << ',' << x1
-        << ' ' << y1;
+    (out << ... << parts);
     return out.str();
 }
 
+std::string box(double x1, double y1, double x2, double y2) {
+    return text_of(x1, ' ', y1, ',', x2, ' ', y1, ',', x2, ' ', y2, ',', x1, ' ', y2, ',', x1, ' ', y1);
+}
+
 std::string circle(double x, double y, double r) {
-    std::ostringstream out;
-    out.precision(17);
-    out << x - r << ' ' << y << ",@" << x << ' ' << y - r << ' ' << x + r << ' ' << y << ",@" << x << ' ' << y + r
-        << ' ' << x - r << ' ' << y;
-    return out.str();
+    return text_of(x - r, ' ', y, ",@", x, ' ', y - r, ' ', x + r, ' ', y, ",@", x, ' ', y + r, ' ', x - r, ' ', y);
 }
 
 // A ring that runs around a place once: corners at angles that rise, at any distance.
 std::string star(std::mt19937 &random, double x, double y, int corners) {
     std::uniform_real_distribution<double> distance(1, 10);
-    std::ostringstream out;
-    out.precision(17);
-    std::string first;
+    std::string places, first;
     for (int i = 0; i < corners; ++i) {
         const double angle = 2 * PI * i / corners, r = distance(random);
-        std::ostringstream corner;
-        corner.precision(17);
-        corner << x + r * std::cos(angle) << ' ' << y + r * std::sin(angle);
-        if (i == 0) first = corner.str();
-        out << corner.str() << ',';
+        const std::string corner = text_of(x + r * std::cos(angle), ' ', y + r * std::sin(angle));
+        if (i == 0) first = corner;
+        places += corner + ',';
     }
-    return out.str() + first;
+    return places + first;
 }
 
 double content(const Geom &geometry) { return GEOM_GET_AREA(geometry.word); }
@@ -148,14 +139,6 @@ std::string read_line(QOR_GEOMETRY word) {
     }
 }
 
-int rand_count(const Geom &area) {
-    QOR_GEOMETRY word = area.word, rand;
-    GEOM_RESET_READ(&word);
-    int count = 0;
-    for (int32_t found = 1; found; ++count) GEOM_READ_AREA_RAND(&word, &rand, &found);
-    return count - 1;
-}
-
 struct Taken {
     std::vector<Geom> geometries;
     static void take(void *context, QOR_GEOMETRY *geometry) {
@@ -177,7 +160,6 @@ struct Taken {
 double plane_length(QOR_GEOMETRY geometry) { return GEOM_GET_LENGTH(geometry, 0); }
 
 std::string shown_by(const std::function<void()> &work) {
-    std::fflush(stdout);
     testing::internal::CaptureStdout();
     work();
     std::fflush(stdout);
@@ -193,16 +175,16 @@ TEST(Overlay, KnownResults) {
         double common, both, rest;
     } cases[] = {
         {square, box(2, 2, 6, 6), 4, 28, 12},
-        {square, box(4, 0, 8, 4), 0, 32, 16},                                        // touching only
-        {square, box(1, 1, 2, 2), 1, 16, 15},                                        // a hole
+        {square, box(4, 0, 8, 4), 0, 32, 16},                                                // touching only
+        {square, box(1, 1, 2, 2), 1, 16, 15},                                                // a hole
         {square + ";" + box(1, 1, 3, 3) + ";" + box(1.5, 1.5, 2.5, 2.5), square, 13, 16, 0}, // an island in it
-        {"0 0,4 4,4 0,0 4,0 0", square, 8, 16, 0},                                   // a bow tie
-        {square + ";" + box(2, 0, 6, 4), box(0, 0, 6, 4), 16, 24, 0},                // rands that cross
-        {square + ";" + square, square, 0, 16, 0},                                   // what lies in two lies outside
-        {"0 0,4 0,4 4,0 4", square, 16, 16, 0},                                      // not closed
-        {"0 0,4 0,0 0;" + square, square, 16, 16, 0},                                // a rand without content
-        {"0 0,4 0", square, 0, 16, 0},                                               // nothing else
-        {"0 0,9 0,3 6,3 -3,9 3,0 3,0 0", "-9 -9,20 -9,20 20,-9 20,-9 -9", -1, 841, -1},
+        {"0 0,4 4,4 0,0 4,0 0", square, 8, 16, 0},                                           // a bow tie
+        {square + ";" + box(2, 0, 6, 4), box(0, 0, 6, 4), 16, 24, 0},                        // rands that cross
+        {square + ";" + square, square, 0, 16, 0}, // what lies in two lies outside
+        {"0 0,4 0", square, 0, 16, 0},             // no content
+        {"", square, 0, 16, 0},
+        {square, "", 0, 16, 16},
+        {"", "", 0, 0, 0},
     };
     for (const auto &c : cases) {
         const Geom a = area(c.a), b = area(c.b);
@@ -210,20 +192,15 @@ TEST(Overlay, KnownResults) {
         const Geom common = combine(GEOM2_AREA_INTERSECTION, a, b), both = combine(GEOM2_AREA_UNION, a, b);
         const Geom rest = combine(GEOM2_AREA_DIFFERENCE, a, b);
         EXPECT_NEAR(content(both), c.both, 1e-9);
-        if (c.common < 0) continue;
         EXPECT_NEAR(content(common), c.common, 1e-9);
         EXPECT_NEAR(content(rest), c.rest, 1e-9);
         EXPECT_EQ(GEOM_ISEMPTY(common.word), c.common == 0);
     }
 }
 
-TEST(Overlay, EmptyAreas) {
+TEST(Overlay, WithTheEmptyAreaArcsStay) {
     Geom empty, round = area(circle(0, 0, 1));
     GEOM_SET_GATTR(round.word, 5);
-    for (Overlay *operation : {GEOM2_AREA_INTERSECTION, GEOM2_AREA_UNION, GEOM2_AREA_DIFFERENCE})
-        EXPECT_TRUE(GEOM_ISEMPTY(combine(operation, empty, empty).word));
-    EXPECT_TRUE(GEOM_ISEMPTY(combine(GEOM2_AREA_INTERSECTION, round, empty).word));
-    EXPECT_TRUE(GEOM_ISEMPTY(combine(GEOM2_AREA_DIFFERENCE, empty, round).word));
     for (const Geom &same : {combine(GEOM2_AREA_UNION, empty, round), combine(GEOM2_AREA_DIFFERENCE, round, empty)})
         EXPECT_TRUE(GEOM2_HAS_ARCS(same.word) && GEOM_GET_GATTR(same.word) == 5);
 }
@@ -247,6 +224,21 @@ TEST(Overlay, RandomStarsAndRings) {
             ASSERT_EQ(GEOM_IS_INSIDEAREA(place, both.word), in_a | in_b) << round;
             ASSERT_EQ(GEOM_IS_INSIDEAREA(place, rest.word), in_a & ~in_b) << round;
         }
+        Taken pieces[2];
+        QOR_GEOMETRY border;
+        GEOM_READ_FIRST_SUBOBJ(b.word, &border);
+        INTERNAL(GEOM2_FENCE_CUT)(border, a.word, Taken::take, &pieces[1], nullptr);
+        INTERNAL(GEOM2_FENCE_CUT_OUTSIDE)(border, a.word, Taken::take, &pieces[0], nullptr);
+        for (int is_inside : {0, 1}) {
+            for (const Geom &piece : pieces[is_inside].geometries) {
+                GEOM_XY place;
+                double z;
+                const double middle = plane_length(piece.word) / 2;
+                ASSERT_EQ(GEOM2_CALC_POINT_AT(piece.word, middle, &place.x, &place.y, &z), 1);
+                EXPECT_EQ(GEOM_IS_INSIDEAREA(place, a.word), is_inside) << round;
+            }
+        }
+        EXPECT_NEAR(pieces[0].total(plane_length) + pieces[1].total(plane_length), plane_length(border), 1e-9);
         ASSERT_EQ(GEOM2_CLEAN_AREA(&a.word), 1);
         EXPECT_EQ(GEOM2_CHECK_AREA(a.word, nullptr, nullptr, nullptr), 1);
         EXPECT_NEAR(content(a) + content(b), content(both) + content(common), 1e-7);
@@ -256,25 +248,16 @@ TEST(Overlay, RandomStarsAndRings) {
 
 TEST(Overlay, LensOfTwoCircles) {
     const double exact = 2 * PI / 3 - std::sqrt(3) / 2; // radius 1, centres 1 apart
-    double former = 1;
-    for (double tolerance : {1e-2, 1e-3, 1e-4, 1e-5}) {
+    for (double tolerance : {1e-2, 1e-4, 1e-6}) {
         INTERNAL(GEOM2_RESOLUTION_SET)(tolerance);
-        const double error =
-            std::abs(content(combine(GEOM2_AREA_INTERSECTION, area(circle(0, 0, 1)), area(circle(1, 0, 1)))) - exact);
-        EXPECT_LT(error, 4 * PI / 3 * tolerance);
-        EXPECT_LT(error, former);
-        former = error;
+        const Geom lens = combine(GEOM2_AREA_INTERSECTION, area(circle(0, 0, 1)), area(circle(1, 0, 1)));
+        EXPECT_TRUE(content(lens) < exact && content(lens) > exact - 4 * PI / 3 * tolerance);
     }
     INTERNAL(GEOM2_RESOLUTION_SET)(0);
 }
 
 TEST(Overlay, HeightsAttributesAndDirections) {
-    Geom slope, rand, a;
-    GEOM_CREATE_LINE(&slope.word, Geom(0, 0, 10).word, 0, 0, 0, FLAT, Geom(4, 0, 50).word);
-    for (const Geom &point : {Geom(4, 4, 50), Geom(0, 4, 10), Geom(0, 0, 10)})
-        GEOM_APPEND_LINE_POINT(&slope.word, 0, 0, 0, FLAT, point.word);
-    GEOM_CREATE_RAND(&rand.word, slope.word);
-    GEOM_CREATE_AREA(&a.word, rand.word);
+    const Geom a = area("0 0 10,4 0 50,4 4 50,0 4 10,0 0 10");
     GEOM_SET_GATTR(a.word, 3);
     const Geom half = combine(GEOM2_AREA_INTERSECTION, a, area(box(-1, -1, 2, 9)));
     EXPECT_EQ(GEOM_GET_GATTR(half.word), 3);
@@ -283,14 +266,10 @@ TEST(Overlay, HeightsAttributesAndDirections) {
     EXPECT_EQ(zmin, 10);
     EXPECT_NEAR(zmax, 30, 1e-9);
     const Geom holed = combine(GEOM2_AREA_DIFFERENCE, area(box(0, 0, 4, 4)), area(box(1, 1, 2, 2)));
-    ASSERT_EQ(rand_count(holed), 2);
-    QOR_GEOMETRY word = holed.word, part;
-    int32_t found;
-    GEOM_RESET_READ(&word);
-    for (int clockwise : {0, 1}) {
-        GEOM_READ_AREA_RAND(&word, &part, &found);
-        EXPECT_EQ(GEOM2_AREA_CLOCKWISE(part), clockwise);
-    }
+    QOR_GEOMETRY shell, hole;
+    GEOM_READ_FIRST_SUBOBJ(holed.word, &shell);
+    GEOM_READ_LAST_SUBOBJ(holed.word, &hole);
+    EXPECT_TRUE(!GEOM2_AREA_CLOCKWISE(shell) && GEOM2_AREA_CLOCKWISE(hole));
 }
 
 // --- validity ------------------------------------------------------------------------
@@ -306,8 +285,8 @@ TEST(Cleaning, CheckAndCleanArea) {
         {square + ";" + box(9, 9, 10, 10), "", 0, 0, 17},
         {circle(0, 0, 2), "", 0, 0, 4 * PI},
         {"0 0,@2 0 0 0", "", 0, 0, PI},
-        {"0 0,4 0,2 2,4 4,0 4,2 2,0 0", "", 0, 0, 8},       // touches itself in a point
-        {square + ";0 2,2 0,4 2,2 4,0 2", "", 0, 0, 8},     // so does a hole the border around it
+        {"0 0,4 0,2 2,4 4,0 4,2 2,0 0", "", 0, 0, 8},   // touches itself in a point
+        {square + ";0 2,2 0,4 2,2 4,0 2", "", 0, 0, 8}, // so does a hole the border around it
         {"0 0,4 4,4 0,0 4,0 0", "Self-intersection", 2, 2, 8},
         {square + ";" + box(2, 1, 6, 3), "Self-intersection", 4, 1, 20 - 4},
         {"0 0,4 0,4 4,0 4", "a rand is not closed", 0, 4, 16},
@@ -319,11 +298,10 @@ TEST(Cleaning, CheckAndCleanArea) {
         Geom made = area(c.rands);
         const bool had_arcs = GEOM2_HAS_ARCS(made.word) != 0;
         double x = -1, y = -1;
-        const std::string reason = text_by([&](STRNG *s) {
-            EXPECT_EQ(GEOM2_CHECK_AREA(made.word, s, &x, &y), c.reason.empty());
-        });
+        const std::string reason =
+            text_by([&](STRNG *s) { EXPECT_EQ(GEOM2_CHECK_AREA(made.word, s, &x, &y), c.reason.empty()); });
         EXPECT_EQ(reason, c.reason);
-        if (!c.reason.empty() && c.content > 0) EXPECT_TRUE(x == c.x && y == c.y) << x << ' ' << y;
+        EXPECT_TRUE(c.reason.empty() || c.content == 0 || (x == c.x && y == c.y)) << x << ' ' << y;
         GEOM_SET_GATTR(made.word, 9);
         EXPECT_EQ(GEOM2_CLEAN_AREA(&made.word), 1);
         EXPECT_NEAR(content(made), c.content, 1e-9);
@@ -359,7 +337,7 @@ TEST(Cleaning, Steps) {
         EXPECT_EQ(status, c.done) << c.line;
         EXPECT_EQ(made.word ? read_line(made.word) : "", c.result);
     }
-    Geom open = rand_of("0 0,4 0,4 4");
+    Geom open = rand_of(line("0 0,4 0,4 4"));
     GEOM_APPEND_RAND_LINE(&open.word, line("5 5,0 5").word);
     GEOM3_GEOM_CLEAN(&open.word, &status);
     EXPECT_EQ(status, GEOM_CLEAN_RINGS);
@@ -382,20 +360,14 @@ TEST(Cleaning, Steps) {
     const std::string shown = shown_by([&] { EXPECT_EQ(GEOM3_GEOM_CLEAN(&broken.word, &status), 0); });
     EXPECT_EQ(shown, "*** ERROR *** GEOM(GEOM3_GEOM_CLEAN) a coordinate is not a usable number\n");
     EXPECT_EQ(status, -1);
-    const auto description = [](int32_t value) {
-        return text_by([&](STRNG *s) { GEOM3_GEOM_CLEAN_STATUS_DESCR_GET(value, s); });
-    };
-    EXPECT_EQ(description(0), "clean");
-    EXPECT_EQ(description(5), "repeated points removed, rands closed");
-    EXPECT_EQ(description(16), "unknown status");
+    for (const auto &[sum, expected] : std::map<int32_t, std::string>{
+             {0, "clean"}, {5, "repeated points removed, rands closed"}, {16, "unknown status"}})
+        EXPECT_EQ(text_by([&](STRNG *s) { GEOM3_GEOM_CLEAN_STATUS_DESCR_GET(sum, s); }), expected);
 }
 
 TEST(Cleaning, CheckTellsFaults) {
     const auto faults = [](const Geom &geometry) {
-        QOR_OBJECT *object = nullptr;
-        BTYP_create_geometry(&object, geometry.word);
-        std::string shown = shown_by([&] { OBJ_check_object(object); });
-        OBJ_remove_object(&object);
+        std::string shown = shown_by([&] { INTERNAL(GEOM_CHECK_GEOMETRY)(geometry.word); });
         const std::string prefix = "*** ERROR *** GEOM(GEOM_CHECK_GEOMETRY) ";
         for (size_t at; (at = shown.find(prefix)) != std::string::npos;) shown.erase(at, prefix.size());
         return shown;
@@ -406,7 +378,7 @@ TEST(Cleaning, CheckTellsFaults) {
     EXPECT_EQ(faults(line("0 0,1 0,@2 0 3 0")),
               "point 3: arc has no curvature: its three points lie on one straight line\n");
     EXPECT_EQ(faults(area("0 0,4 4,4 0,0 4,0 0")), "Self-intersection at 2.000000/2.000000\n");
-    EXPECT_EQ(faults(rand_of("1 1,2 2,1 1")), "a rand has no content at 1.000000/1.000000\n");
+    EXPECT_EQ(faults(rand_of(line("1 1,2 2,1 1"))), "a rand has no content at 1.000000/1.000000\n");
 }
 
 // --- fences ----------------------------------------------------------------------------
@@ -425,7 +397,6 @@ TEST(Fence, Relations) {
         {fence, {0, 3}, TOUCH, 0, 1},
         {fence, {4, 5}, TOUCH, 0, 1},
         {fence, {5, 5}, OUT, 0, 0},
-        {fence, {10, 10}, TOUCH, 0, 1},
         {round, {3, 4}, TOUCH, 0, 1}, // exact, though arcs are
         {round, {3, 3.999999}, IN, 1, 1},
         {fence, line("1 1,3 3"), IN, 1, 1},
@@ -433,17 +404,12 @@ TEST(Fence, Relations) {
         {fence, line("0 0,10 0"), TOUCH, 0, 1},
         {fence, line("-5 0,5 0"), TOUCH, 0, 0},
         {fence, line("1 1,12 1"), CROSS, 0, 0},
-        {fence, line("2 5,8 5"), CROSS, 0, 0},
-        {fence, line("4.5 4.5,5.5 5.5"), OUT, 0, 0},
         {fence, line("2 2,2 2"), IN, 1, 1},
-        {fence, line("1 1,@2 2 3 1"), IN, 1, 1},
-        {fence, rand_of(box(1, 1, 9, 9)), IN, 1, 1},
-        {fence, rand_of(box(0, 0, 10, 10)), TOUCH, 0, 1},
+        {fence, rand_of(line(box(0, 0, 10, 10))), TOUCH, 0, 1},
         {fence, area(box(1, 1, 3, 3)), IN, 1, 1},
         {fence, area(box(0, 0, 3, 3)), IN, 0, 1},
         {fence, area(box(1, 1, 9, 9)), CROSS, 0, 0},
         {fence, area(box(4, 4, 6, 6)), TOUCH, 0, 0},
-        {fence, area(box(20, 0, 30, 5)), OUT, 0, 0},
         {fence, area(box(-9, -9, 90, 90)), CROSS, 0, 0},
     };
     for (const Case &c : cases) {
@@ -469,16 +435,15 @@ TEST(Fence, PiecesOfLines) {
         std::string inside, outside;
     } cases[] = {
         {fence, line("-5 5,5 5,5 20"), "0 5, 5 5, 5 10", "-5 5, 0 5; 5 10, 5 20"},
-        {fence, line("-5 0,20 0"), "0 0, 10 0", "-5 0, 0 0; 10 0, 20 0"},            // along the border
+        {fence, line("-5 0,20 0"), "0 0, 10 0", "-5 0, 0 0; 10 0, 20 0"}, // along the border
         {fence, line("0 0,10 0,10 10,20 10"), "0 0, 10 0, 10 10", "10 10, 20 10"},
-        {fence, line("-5 5,0 10,-5 15"), "", "-5 5, 0 10, -5 15"},                   // touches a corner
-        {fence, line("1 1,9 9,9 1,1 9"), "1 1, 9 9, 9 1, 1 9", ""},                  // crosses itself
-        {fence, line("2 5,@5 8 8 5"), "2 5, @ 8 5", ""},
+        {fence, line("-5 5,0 10,-5 15"), "", "-5 5, 0 10, -5 15"},  // touches a corner
+        {fence, line("1 1,9 9,9 1,1 9"), "1 1, 9 9, 9 1, 1 9", ""}, // crosses itself
         {fence, line("15 5,@10 10 5 5"), "10 10, @ 5 5", "15 5, @ 10 10"},
         {round, line("-9 3,9 3"), "-4 3, 4 3", "-9 3, -4 3; 4 3, 9 3"},
-        {round, line("-5 0,@0 5 5 0"), "-5 0, @ 5 0", ""},                           // along an arc
-        {fence, rand_of(box(5, 5, 15, 7)), "10 7, 5 7, 5 5, 10 5", "10 5, 15 5, 15 7, 10 7"},
-        {fence, rand_of(box(20, 5, 30, 7)), "", "20 5, 30 5, 30 7, 20 7, 20 5"},
+        {round, line("-5 0,@0 5 5 0"), "-5 0, @ 5 0", ""}, // along an arc
+        {fence, rand_of(line(box(5, 5, 15, 7))), "10 7, 5 7, 5 5, 10 5", "10 5, 15 5, 15 7, 10 7"},
+        {fence, rand_of(line(box(20, 5, 30, 7))), "", "20 5, 30 5, 30 7, 20 7, 20 5"},
     };
     for (const auto &c : cases) {
         GEOM_SET_GATTR(c.geometry.word, 4);
@@ -492,8 +457,7 @@ TEST(Fence, PiecesOfLines) {
         for (const Geom &piece : inside.geometries) EXPECT_EQ(GEOM_GET_GATTR(piece.word), 4);
         EXPECT_NEAR(inside.total(plane_length) + outside.total(plane_length), plane_length(c.geometry.word), 1e-9);
     }
-    Geom slope;
-    GEOM_CREATE_LINE(&slope.word, Geom(5, 5, 100).word, 0, 0, 0, FLAT, Geom(15, 5, 200).word);
+    const Geom slope = line("5 5 100,15 5 200");
     QOR_GEOMETRY start;
     GEOM_READ_FIRST_SUBOBJ(slope.word, &start);
     GEOM_SET_GATTR(start, 8);
@@ -518,19 +482,21 @@ TEST(Fence, PiecesOfPointsAndAreas) {
 // --- hatching -----------------------------------------------------------------------------
 
 TEST(Hatch, LengthTimesSpacingIsContent) {
-    const std::string shapes[] = {box(0.3, 0.3, 90.7, 50.2) + ";" + circle(40, 25, 20), circle(1e6, 1e6, 30),
-                                  "0 0,100 20,@130 60 90 90,-20 70,0 0", "0 0,50 50,50 0,0 50,0 0"};
-    for (const std::string &shape : shapes) {
-        Geom made = area(shape);
+    const struct {
+        std::string shape;
+        double content;
+    } cases[] = {
+        {box(0.3, 0.3, 90.7, 50.2) + ";" + circle(40, 25, 20), 90.4 * 49.9 - 400 * PI},
+        {circle(1e6, 1e6, 30), 900 * PI},
+        {"0 0,100 0,@50 50 0 0", 1250 * PI},
+        {"0 0,50 50,50 0,0 50,0 0", 1250},
+    };
+    for (const auto &c : cases) {
+        const Geom made = area(c.shape);
         for (double angle : {0.0, 0.3, PI / 2, 2.0, -3.0}) {
             Taken lines;
-            int32_t count = 0;
-            ASSERT_EQ(GEOM2_HATCH_AREA(made.word, Taken::take, &lines, angle, 0.05, &count), 1);
-            EXPECT_EQ(count, static_cast<int32_t>(lines.geometries.size()));
-            double exact = shape[0] == '0' && shape[3] == ' ' ? 0 : content(made);
-            if (shape == shapes[3]) exact = 1250;
-            if (exact == 0) exact = content(made);
-            EXPECT_NEAR(lines.total(plane_length) * 0.05, exact, exact * 2e-3) << shape << " at " << angle;
+            ASSERT_EQ(GEOM2_HATCH_AREA(made.word, Taken::take, &lines, angle, 0.05, nullptr), 1);
+            EXPECT_NEAR(lines.total(plane_length) * 0.05, c.content, c.content * 2e-3) << c.shape << " at " << angle;
             // All run in the direction of the angle, on lines that the origin is one of.
             for (const Geom &geometry : lines.geometries) {
                 double x1, y1, x2, y2, z;
@@ -552,7 +518,6 @@ TEST(Hatch, KnownLinesAndLimits) {
     int32_t count = 0;
     EXPECT_EQ(GEOM2_CROSSHATCH_AREA(holed.word, Taken::take, &crossed, 0, 1, PI / 2, 3, &count), 1);
     EXPECT_EQ(count, 4 + 5); // x is 0, 3, where the hole is, 6 and 9
-    // A triangle is met by half of the lines that its tip and its base are apart.
     const Geom flat = area("0 0,1e9 0,0 1e-3,0 0");
     const auto refused = [&](double angle, double spacing) {
         return !shown_by([&] {
@@ -572,9 +537,9 @@ TEST(Hatch, LatticePoints) {
         int32_t at_box;
         int32_t count;
     } cases[] = {
-        {square, 1, 1, 0, 0, 0, 121}, {square, 1, 1, PI / 2, 0, 0, 121}, {square, 2, 5, 0, 1, 0, 6 + 5 + 6},
-        {square, 5, 2, PI / 2, 0, 0, 3 * 6},
-        {moved, 1, 1, 0, 0, 1, 100},  {moved, 1, 1, 0, 0, 0, 100},       {round, 1, 1, 0, 0, 0, 31417}, // Gauss
+        {square, 1, 1, 0, 0, 0, 121},        {square, 1, 1, PI / 2, 0, 0, 121}, {square, 2, 5, 0, 1, 0, 6 + 5 + 6},
+        {square, 5, 2, PI / 2, 0, 0, 3 * 6}, {moved, 1, 1, 0, 0, 1, 100},       {moved, 1, 1, 0, 0, 0, 100},
+        {round, 1, 1, 0, 0, 0, 31417}, // Gauss
     };
     for (const auto &c : cases) {
         Taken points;
@@ -596,84 +561,87 @@ TEST(Hatch, LatticePoints) {
 // --- parallel boundaries ---------------------------------------------------------------------
 
 TEST(Parallel, GrownAndShrunk) {
-    const auto grown = [](const std::string &shape, double distance, int32_t corner, double limit) {
-        Geom made = area(shape), copy;
-        GEOM_SET_GATTR(made.word, 6);
-        EXPECT_EQ(INTERNAL(GEOM2_COPY_AREA_BOUNDARY_PARALLEL)(made.word, distance, corner, limit, &copy.word), 1);
-        if (copy.word) EXPECT_EQ(GEOM_GET_GATTR(copy.word), 6);
-        return content(copy);
+    const std::string square = box(0, 0, 10, 10), wedge = "0 0,12 0,0 5,0 0"; // with sides of 12, 5 and 13
+    const double sharp = std::atan2(5, 12), wide = PI / 2 - sharp;
+    const auto kite = [](double angle) { return 1 / std::tan(angle / 2); };
+    const auto bevel = [](double angle) { return std::sin(angle) / 2; };
+    const struct {
+        std::string shape;
+        double distance;
+        int32_t corner;
+        double limit, content;
+    } cases[] = {
+        {square, 2, GEOM_CORNER_ROUND, 0, 180 + 4 * PI},
+        {square, 2, GEOM_CORNER_MITRE, 0, 196},
+        {square, 2, GEOM_CORNER_MITRE, 1.4, 188},
+        {square, 2, GEOM_CORNER_BEVEL, 0, 188},
+        {square, -2, GEOM_CORNER_ROUND, 0, 36},
+        {square, -5.1, GEOM_CORNER_ROUND, 0, 0},
+        {square, 0, GEOM_CORNER_MITRE, 0, 100},
+        {square + ";" + box(2, 2, 8, 8), 1, GEOM_CORNER_MITRE, 0, 144 - 16},
+        {square + ";" + box(3, 3, 7, 7), -1, GEOM_CORNER_MITRE, 1.4, 64 - 36 + 2},
+        {circle(0, 0, 5), 1, GEOM_CORNER_ROUND, 0, 36 * PI},
+        {wedge, 1, GEOM_CORNER_MITRE, 6, 30 + 30 + kite(sharp) + kite(wide) + 1},
+        {wedge, 1, GEOM_CORNER_MITRE, 0, 30 + 30 + bevel(sharp) + kite(wide) + 1}, // the sharp one is 5.1 long
+        {wedge, 1, GEOM_CORNER_MITRE, 1.5, 30 + 30 + bevel(sharp) + bevel(wide) + 1},
     };
-    const std::string square = box(0, 0, 10, 10);
-    EXPECT_NEAR(grown(square, 2, GEOM_CORNER_ROUND, 0), 100 + 80 + 4 * PI, 4 * PI * 3e-4);
-    EXPECT_NEAR(grown(square, 2, GEOM_CORNER_MITRE, 0), 196, 1e-9);
-    EXPECT_NEAR(grown(square, 2, GEOM_CORNER_BEVEL, 0), 100 + 80 + 4 * 2, 1e-9);
-    EXPECT_NEAR(grown(square, -2, GEOM_CORNER_ROUND, 0), 36, 1e-9);
-    EXPECT_EQ(grown(square, -5.1, GEOM_CORNER_ROUND, 0), 0);
-    EXPECT_NEAR(grown(square, 0, GEOM_CORNER_ROUND, 0), 100, 1e-9);
-    EXPECT_NEAR(grown(square + ";" + box(2, 2, 8, 8), 1, GEOM_CORNER_MITRE, 0), 144 - 16, 1e-9);
-    EXPECT_NEAR(grown(circle(0, 0, 5), 1, GEOM_CORNER_ROUND, 0), 36 * PI, 36 * PI * 1e-3);
+    for (const auto &c : cases) {
+        Geom made = area(c.shape), copy;
+        GEOM_SET_GATTR(made.word, 6);
+        EXPECT_EQ(INTERNAL(GEOM2_COPY_AREA_BOUNDARY_PARALLEL)(made.word, c.distance, c.corner, c.limit, &copy.word), 1);
+        EXPECT_NEAR(content(copy), c.content, c.corner == GEOM_CORNER_ROUND ? c.content * 1e-3 : 1e-9) << c.shape;
+        EXPECT_EQ(GEOM_GET_GATTR(copy.word), c.content == 0 ? 0 : 6);
+    }
 }
 
 // --- hostile geometries -------------------------------------------------------------------------
 
+// The results are of no interest here, but that there are any.
+void try_everything(Geom made, const Geom &other, const std::function<double()> &any) {
+    Geom result, copy;
+    Taken pieces;
+    int32_t number;
+    for (Overlay *operation : {GEOM2_AREA_INTERSECTION, GEOM2_AREA_UNION, GEOM2_AREA_DIFFERENCE})
+        operation(made.word, other.word, &result.word);
+    QOR_GEOMETRY rand, line;
+    GEOM_READ_FIRST_SUBOBJ(made.word, &rand);
+    GEOM_READ_FIRST_SUBOBJ(rand, &line);
+    for (QOR_GEOMETRY geometry : {line, rand, made.word}) {
+        INTERNAL(GEOM2_FENCE_CUT)(geometry, other.word, Taken::take, &pieces, &number);
+        INTERNAL(GEOM2_FENCE_CUT_OUTSIDE)(geometry, other.word, Taken::take, &pieces, &number);
+        GEOM2_IS_INSIDE_FENCE_EXT(geometry, other.word, &number);
+        INTERNAL(GEOM_CHECK_GEOMETRY)(geometry);
+    }
+    for (int32_t corner : {0, 1, 2})
+        INTERNAL(GEOM2_COPY_AREA_BOUNDARY_PARALLEL)(made.word, any(), corner, any(), &result.word);
+    GEOM2_HATCH_AREA(made.word, Taken::take, &pieces, any(), any(), &number);
+    GEOM2_PATTERN_AREA(made.word, Taken::take, &pieces, any(), any(), any(), any(), 1, &number);
+    GEOM_COPY(made.word, &copy.word);
+    GEOM2_CLEAN_AREA2(&copy.word, any());
+    GEOM3_GEOM_CLEAN(&made.word, &number);
+}
+
 TEST(Hostile, NothingCrashesOrHangs) {
+    const std::vector<double> sets[] = {{0, 1, 2, 3},
+                                        {0, 1, -1, 3, 0.1, 1e9, 1e-15, 1e-300, 1e15, 1e149, -1e149},
+                                        {0, 1, 7, 1e160, 1e300, INFINITY, NO_NUMBER}};
     std::mt19937 random(1);
-    const double places[] = {0, 1, -1, 1e-300, 1e9, 1e149, -1e149, 1e160, 1e300, INFINITY, NO_NUMBER, 0.1, 3};
-    const Geom good = area(box(0, 0, 10, 10));
-    const auto any = [&] { return places[random() % std::size(places)]; };
     shown_by([&] {
-        for (int round = 0; round < 400; ++round) {
-            std::ostringstream rands;
-            for (unsigned i = 0; i <= random() % 6; ++i) {
-                rands << (i == 0 ? "" : random() % 4 == 0 ? ";0 0," : ",") << (i > 0 && random() % 4 == 0 ? "@0 0 " : "")
-                      << "0 0";
-            }
-            Geom bad = area("0 0,0 0," + rands.str()), copy, result;
-            // A stream reads no infinity, so the coordinates are put in place here.
-            QOR_GEOMETRY word = bad.word, rand, lines, part, point;
-            int32_t found = 1, status, count;
-            Geom built;
-            for (GEOM_RESET_READ(&word);;) {
-                GEOM_READ_AREA_RAND(&word, &rand, &found);
-                if (!found) break;
-                lines = rand;
-                GEOM_RESET_READ(&lines);
-                GEOM_READ_RAND_LINE(&lines, &part, &found);
-                for (GEOM_RESET_READ(&part);;) {
-                    double arc, x, y, z;
-                    GEOM_READ_LINE_POINT(&part, &arc, &x, &y, &z, &point, &found);
-                    if (!found) break;
-                    const Geom place(any(), any(), random() % 5 == 0 ? any() : FLAT);
-                    if (built.word) {
-                        GEOM_APPEND_LINE_POINT(&built.word, arc, any(), any(), FLAT, place.word);
-                    } else {
-                        GEOM_CREATE_LINE(&built.word, Geom(any(), any()).word, arc, any(), any(), FLAT, place.word);
+        for (int round = 0; round < 150; ++round) {
+            const std::vector<double> &numbers = sets[round % 3];
+            const auto any = [&] { return numbers[random() % numbers.size()]; };
+            const auto any_area = [&] {
+                std::string rands;
+                for (unsigned i = 0; i <= random() % 3; ++i) {
+                    rands += text_of(i == 0 ? "" : ";", any(), ' ', any());
+                    for (unsigned points = 1 + random() % 7; points > 0; --points) {
+                        const std::string over = random() % 4 == 0 ? text_of('@', any(), ' ', any(), ' ') : "";
+                        rands += text_of(',', over, any(), ' ', any());
                     }
                 }
-                Geom ring;
-                GEOM_CREATE_RAND(&ring.word, built.word);
-                if (copy.word) {
-                    GEOM_APPEND_AREA_RAND(&copy.word, ring.word);
-                } else {
-                    GEOM_CREATE_AREA(&copy.word, ring.word);
-                }
-                Taken pieces;
-                INTERNAL(GEOM2_FENCE_CUT)(built.word, good.word, Taken::take, &pieces, &count);
-                GEOM2_IS_INSIDE_FENCE(built.word, good.word);
-                GEOM_REMOVE(&built.word);
-            }
-            for (Overlay *operation : {GEOM2_AREA_INTERSECTION, GEOM2_AREA_UNION, GEOM2_AREA_DIFFERENCE})
-                operation(copy.word, good.word, &result.word);
-            INTERNAL(GEOM_CHECK_GEOMETRY)(copy.word);
-            INTERNAL(GEOM2_COPY_AREA_BOUNDARY_PARALLEL)(copy.word, any(), 1, 0, &result.word);
-            Taken pieces;
-            INTERNAL(GEOM2_FENCE_CUT)(copy.word, good.word, Taken::take, &pieces, &count);
-            INTERNAL(GEOM2_FENCE_CUT)(good.word, copy.word, Taken::take, &pieces, &count);
-            GEOM2_IS_INSIDE_FENCE_EXT(good.word, copy.word, &status);
-            GEOM2_HATCH_AREA(copy.word, Taken::take, &pieces, 0.3, any(), &count);
-            GEOM2_PATTERN_AREA(copy.word, Taken::take, &pieces, any(), any(), 0.3, any(), 1, &count);
-            GEOM2_CLEAN_AREA2(&copy.word, any());
-            GEOM3_GEOM_CLEAN(&copy.word, &status);
+                return area(rands);
+            };
+            try_everything(any_area(), any_area(), any);
         }
     });
 }
@@ -694,6 +662,9 @@ TEST(Hostile, LargeAreas) {
         EXPECT_EQ(GEOM2_CHECK_AREA(made.word, nullptr, nullptr, nullptr), 1);
         const Geom common = combine(GEOM2_AREA_INTERSECTION, made, area(box(-50, -50, 4000, 4000)));
         EXPECT_NEAR(content(common) / content(made), 1, 1e-9);
+        Taken pieces;
+        INTERNAL(GEOM2_FENCE_CUT)(line("-9 1.02,3000 1.02").word, made.word, Taken::take, &pieces, nullptr);
+        EXPECT_GT(pieces.geometries.size(), 20u);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
 }
