@@ -53,7 +53,8 @@ typedef struct DB_REQUEST {
 } DB_REQUEST;
 
 /* Runs one statement. One with rows leaves a cursor in front of the first one,
- * which the caller closes; else the cursor is 0. Statements are kept prepared
+ * which the caller closes; else the cursor is 0. What it writes is written then,
+ * though its rows are not read. Statements are kept prepared
  * and used again when the same text comes. BEGIN, COMMIT and ROLLBACK (alone)
  * begin and end a transaction on every kind of connection; outside of one each
  * statement stands for itself. As many values as marks must be there, but a map

@@ -20,9 +20,10 @@ const Odbc_handle &with_version(const Odbc_handle &environment) {
     return environment;
 }
 
+// Of a buffer for the longest message: what is longer was cut, and has a zero at its end.
 std::string utf8(const SQLWCHAR *text, size_t length) {
     std::string result;
-    append_utf8({reinterpret_cast<const char16_t *>(text), length}, &result);
+    append_utf8({reinterpret_cast<const char16_t *>(text), std::min(length, LONGEST_MESSAGE - 1)}, &result);
     return result;
 }
 
@@ -110,7 +111,7 @@ class Odbc_session : public Session {
         SQLWCHAR text[LONGEST_MESSAGE];
         SQLSMALLINT bytes = 0;
         link_->require(SQLGetInfoW(link_->connection(), what, text, sizeof text, &bytes), link_->connection());
-        return utf8(text, std::min<size_t>(static_cast<size_t>(bytes) / sizeof *text, LONGEST_MESSAGE - 1));
+        return utf8(text, static_cast<size_t>(bytes) / sizeof *text);
     }
     SQLUSMALLINT word_info(SQLUSMALLINT what) {
         SQLUSMALLINT word = 0;
@@ -128,7 +129,7 @@ std::string text_cell(const Odbc_handle &statement, SQLUSMALLINT column) {
     SQLWCHAR text[LONGEST_MESSAGE];
     SQLLEN bytes = 0;
     if (!SQL_SUCCEEDED(SQLGetData(statement, column, SQL_C_WCHAR, text, sizeof text, &bytes)) || bytes < 0) return "";
-    return utf8(text, std::min(static_cast<size_t>(bytes) / sizeof *text, LONGEST_MESSAGE - 1));
+    return utf8(text, static_cast<size_t>(bytes) / sizeof *text);
 }
 
 // The schema whose tables need not be named with it; empty where the database does
@@ -215,7 +216,7 @@ Failure odbc_failure(const Odbc_handle &handle) {
     if (!SQL_SUCCEEDED(SQLGetDiagRecW(handle.type(), handle, 1, state, &code, message,
                                       static_cast<SQLSMALLINT>(LONGEST_MESSAGE), &length)))
         return {"ODBC tells no reason", "HY000"};
-    Failure failure{utf8(message, std::min<size_t>(static_cast<size_t>(length), LONGEST_MESSAGE - 1)), utf8(state, 5)};
+    Failure failure{utf8(message, static_cast<size_t>(length)), utf8(state, 5)};
     failure.reason = one_line(failure.reason);
     return failure;
 }

@@ -53,7 +53,8 @@ Value number_of(std::string_view digits, Kind kind) {
     }
     double real = 0;
     const auto read = std::from_chars(digits.data(), end, real);
-    if (read.ec != std::errc() || read.ptr != end) throw Failure{"no number: " + std::string(digits), "22018"};
+    if (read.ec != std::errc() || read.ptr != end)
+        throw Failure{"no number that fits: " + std::string(digits), "22018"};
     return Value::of(real);
 }
 

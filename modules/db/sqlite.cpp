@@ -1,4 +1,6 @@
 // SQLite through its own interface.
+#include <new>
+
 #include <sqlite3.h>
 
 #include "session.hpp"
@@ -20,6 +22,10 @@ void require(sqlite3 *database, int code) {
 std::string_view bytes_of(const void *data, int size) {
     return {static_cast<const char *>(data), static_cast<size_t>(size)};
 }
+
+struct Free_value {
+    void operator()(sqlite3_value *value) const { sqlite3_value_free(value); }
+};
 
 class Sqlite_statement : public Statement {
   public:
@@ -72,31 +78,38 @@ class Sqlite_statement : public Statement {
         const int prepared = sqlite3_stmt_status(statement_, SQLITE_STMTSTATUS_REPREPARE, 0);
         if (prepared != prepared_) read_columns();
         prepared_ = prepared;
+        keeps_rows_ = has_row_ && !sqlite3_stmt_readonly(statement_);
+        if (keeps_rows_) keep_rows();
     }
 
     const std::vector<Column> &columns() override { return columns_; }
     int64_t affected() override { return affected_; }
 
     bool next() override {
-        if (is_first_)
+        if (is_first_) {
             is_first_ = false;
-        else if (has_row_)
-            has_row_ = step();
+            return has_row_;
+        }
+        if (keeps_rows_)
+            has_row_ = has_row_ && (first_value_ += columns_.size()) < kept_.size();
+        else
+            has_row_ = has_row_ && step();
         return has_row_;
     }
 
     Value value(size_t column) override {
-        const int i = static_cast<int>(column);
-        switch (sqlite3_column_type(statement_, i)) {
-        case SQLITE_INTEGER: return Value::of(int64_t{sqlite3_column_int64(statement_, i)});
-        case SQLITE_FLOAT: return Value::of(sqlite3_column_double(statement_, i));
+        sqlite3_value *value = keeps_rows_ ? kept_[first_value_ + column].get()
+                                           : sqlite3_column_value(statement_, static_cast<int>(column));
+        switch (sqlite3_value_type(value)) {
+        case SQLITE_INTEGER: return Value::of(int64_t{sqlite3_value_int64(value)});
+        case SQLITE_FLOAT: return Value::of(sqlite3_value_double(value));
         case SQLITE_TEXT: {
-            const void *text = sqlite3_column_text(statement_, i);
-            return Value::of(bytes_of(text, sqlite3_column_bytes(statement_, i)));
+            const void *text = sqlite3_value_text(value);
+            return Value::of(bytes_of(text, sqlite3_value_bytes(value)));
         }
         case SQLITE_BLOB: {
-            const void *blob = sqlite3_column_blob(statement_, i);
-            return Value::of(bytes_of(blob, sqlite3_column_bytes(statement_, i)), Kind::BYTES);
+            const void *blob = sqlite3_value_blob(value);
+            return Value::of(bytes_of(blob, sqlite3_value_bytes(value)), Kind::BYTES);
         }
         default: return {};
         }
@@ -104,6 +117,7 @@ class Sqlite_statement : public Statement {
 
     void reset() override {
         has_row_ = false;
+        kept_.clear();
         sqlite3_reset(statement_);
     }
 
@@ -119,6 +133,16 @@ class Sqlite_statement : public Statement {
         const Failure failure{sqlite3_errmsg(database_), sqlite3_errstr(code & 0xff)};
         reset();
         throw failure;
+    }
+
+    // A statement that gives rows back for what it writes commits behind the last one: to
+    // leave one out must not hide that the commit failed.
+    void keep_rows() {
+        first_value_ = 0;
+        do {
+            for (int i = 0; i < sqlite3_data_count(statement_); ++i)
+                if (!kept_.emplace_back(sqlite3_value_dup(sqlite3_column_value(statement_, i)))) throw std::bad_alloc();
+        } while (step());
     }
 
     void read_columns() {
@@ -137,6 +161,9 @@ class Sqlite_statement : public Statement {
     int prepared_ = 0;
     bool has_row_ = false;
     bool is_first_ = false; // the row that run went to was not asked for yet
+    bool keeps_rows_ = false;
+    std::vector<std::unique_ptr<sqlite3_value, Free_value>> kept_; // row by row
+    size_t first_value_ = 0;                                       // of the present row
 };
 
 // Only comments and blanks may follow.
@@ -187,7 +214,9 @@ class Sqlite_session : public Session {
         return std::make_unique<Sqlite_statement>(database_, text);
     }
 
-    void begin() override { execute("BEGIN"); }
+    // With the lock for writing, so that no single row is refused because of another
+    // program; what can not be written has none.
+    void begin() override { execute(sqlite3_db_readonly(database_, "main") ? "BEGIN" : "BEGIN IMMEDIATE"); }
     void commit() override { execute("COMMIT"); }
     void rollback() override { execute("ROLLBACK"); }
     bool in_transaction() override { return sqlite3_get_autocommit(database_) == 0; }

@@ -87,7 +87,8 @@ void push_status(bool done, const std::shared_ptr<Connection> &connection) {
 
 void procedure_terminate();
 
-// Of a text that names an option, what it holds, since the module shares connections by that.
+// Of a text that names an option, what it holds: another value later must not lead an id to
+// another database.
 std::string what_is_meant(const std::string &text) {
     const std::string option = text.empty() ? "option:db" : text;
     const size_t begin = std::string_view("option:").size();
@@ -99,11 +100,11 @@ std::string what_is_meant(const std::string &text) {
 
 // [s connection][i id,b status]
 void method_open() {
-    auto connection = std::make_shared<Connection>(Connection{pop_text()});
+    auto connection = std::make_shared<Connection>(Connection{what_is_meant(pop_text())});
     const bool is_open = is_connected(*connection, DB_CONNECT);
     if (is_open) {
         for (const auto &known : connections.all())
-            if (what_is_meant(known->text) == what_is_meant(connection->text)) connection = known;
+            if (known->text == connection->text) connection = known;
         QORCPU_PUSHI(connections.add(connection));
         // Only now, so that the run calls it behind what the script declares for its end.
         int32_t status;
@@ -114,13 +115,14 @@ void method_open() {
 
 // Ends all that hangs on a connection; tells what is lost by that.
 std::string close(const std::shared_ptr<Connection> &connection) {
-    const std::string lost = roll_back(connection);
+    const bool is_lost = connection->is_batching || in_transaction(*connection);
+    const std::string rows = roll_back(connection);
     for (const auto &query : queries.all())
         if (&query->connection() == connection.get()) queries.remove(query);
     for (const auto &writer : writers.all())
         if (writer->connection == connection) writers.remove(writer);
     is_connected(*connection, DB_DISCONNECT);
-    return lost.empty() ? "" : "a transaction was not committed" + lost;
+    return is_lost ? "a transaction was not committed" + rows : "";
 }
 
 // [i id][]
@@ -363,8 +365,8 @@ void source_open() {
         Object var; // what :NAME stands for
         int32_t status;
         OBJ_get_object_ref_by_name(borrow("VAR"), &var.value, &status);
-        sources.push_back(
-            open_to_read(std::make_shared<Connection>(Connection{std::string(connection)}), select, var.value));
+        sources.push_back(open_to_read(std::make_shared<Connection>(Connection{what_is_meant(std::string(connection))}),
+                                       select, var.value));
     });
 }
 
@@ -415,7 +417,7 @@ void procedure_terminate() {
 
 // The methods that end a run early, which roll back first: while the run is still there, what
 // that has to say reaches the log.
-constexpr const char *ENDINGS[] = {"ABORT", "HALT", "EXIT"};
+constexpr const char *ENDINGS[] = {"HALT", "EXIT"}; // an abort halts
 std::array<Object, std::size(ENDINGS)> former_endings;
 
 template <size_t I> void ending() {
@@ -481,7 +483,6 @@ extern "C" QOR_API void SQL_INIT(const char *) {
     }
     sql::take_ending<0>();
     sql::take_ending<1>();
-    sql::take_ending<2>();
 }
 
 extern "C" QOR_API void SQL_TERMINATE() {

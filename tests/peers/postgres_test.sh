@@ -13,6 +13,8 @@ server=$work/server
 echo 'leak:psqlodbcw.so' >"$work/leaks"
 export LSAN_OPTIONS="suppressions=$work/leaks:print_suppressions=0"
 
+# What leads to the machine's own server.
+unset PGPORT PGDATABASE PGSERVICE PGOPTIONS
 # The server refuses to run as root.
 user=
 mkdir "$server" && chmod 711 "$work" && cd "$server" || exit 1
@@ -22,8 +24,9 @@ cat >"$work/control" <<END
 cd "$server" && $user "$bin/pg_ctl" -D data -w -l log -m immediate \
     -o "-c listen_addresses= -c unix_socket_directories=$server -c fsync=off" \$1 >control.log 2>&1
 END
-query() { $user "$bin/psql" -h "$server" -U postgres -Atqc "$1"; }
+query() { $user "$bin/psql" -X -h "$server" -U postgres -Atqc "$1"; }
 trap 'sh "$work/control" stop; rm -rf "$work"' EXIT
+trap 'exit 1' HUP INT TERM
 $user "$bin/initdb" -D data -A trust -U postgres -E UTF8 --locale=C -N >initdb.log 2>&1 && sh "$work/control" start ||
     { cat ./*log; exit 1; }
 export ODBCSYSINI="$work" ODBCINI="$work/odbc.ini"

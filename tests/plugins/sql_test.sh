@@ -32,17 +32,14 @@ END
 
 ends 'CLOSE) invalid connection 1' '1 SQL.CLOSE'
 ends 'CLOSE) invalid connection 0' '0 SQL.CLOSE 0 SQL.CLOSE'
-ends 'EXECUTE) invalid connection -1' "-1 'select 1' NONE SQL.EXECUTE"
 ends 'QUERY) parameters are a list, a map or NULL, not a string' "0 'select 1' 'x' SQL.QUERY"
 ends 'QUERY) the statement has no rows to read' "0 'delete from T where A = 7' NONE SQL.QUERY"
 ends 'QUERY_ROW) reading failed: no such table: nowhere' "0 'select * from nowhere' NONE SQL.QUERY_ROW"
-ends 'FETCH) invalid cursor 7' '7 &M SQL.FETCH'
 ends 'FETCH) invalid cursor 0' "0 'select 1' NONE SQL.QUERY POP POP 0 SQL.CLOSE_QUERY 0 &M SQL.FETCH"
 ends 'FETCH) invalid cursor 0' "0 'select 1' NONE SQL.QUERY POP POP 0 SQL.CLOSE 0 &M SQL.FETCH"
 ends 'FETCH) reading failed after row 1: integer overflow' \
     "0 'select abs(column1) from (values (1), (-9223372036854775807 - 1))' NONE SQL.QUERY POP POP 0 &M SQL.FETCH POP 0 &M SQL.FETCH"
 ends 'CREATE_WRITER) invalid number of rows -1' "0 'T' -1 SQL.CREATE_WRITER"
-ends 'WRITE) invalid writer 1' '1 &M SQL.WRITE'
 ends 'WRITE) no transaction can begin: a transaction is open already; 0 rows of T are written' \
     '0 SQL.BEGIN POP VAR.W &M SQL.WRITE'
 ends 'COMMIT) the transaction of a writer is open: FLUSH_WRITER ends it' 'VAR.W &M SQL.WRITE POP 0 SQL.COMMIT'
@@ -59,6 +56,12 @@ ends "ROLLBACK) $lost" 'VAR.W &M SQL.WRITE POP EXIT' 0
 ends "ROLLBACK) $lost" 'VAR.W &M SQL.WRITE POP HALT'
 ends "ROLLBACK) $lost" "VAR.W &M SQL.WRITE POP 'x' 1 +"
 ends "ROLLBACK) $lost" 'VAR.W &M SQL.WRITE POP'
+# A transaction holds off what others write, so that no row of it is refused for their sake.
+ends 'ROLLBACK) a transaction was not committed' \
+    "0 SQL.BEGIN POP 'sqlite3 data.db \"insert into T values (8)\" 2>/dev/null' OSCALL POP"
+# An id stays with its database, whatever becomes of the option that named it.
+ends 'CLOSE) invalid connection 7' \
+    "'' SQL.OPEN POP => VAR.DB 'none' => OPT.db IF VAR.DB 'select 1' NONE SQL.EXECUTE THEN 7 SQL.CLOSE END_IF"
 
 # What a script does at its end by itself comes before that.
 cat >script.qor <<'END'
