@@ -5,39 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "qor/btyp.h"
-#include "qor/map.h"
-#include "qor/obj.h"
-#include "qor/strng.h"
+#include "modules/owners.hpp"
 
 namespace db {
 
-inline std::string_view view(STRNG text) { return {reinterpret_cast<const char *>(text.data), text.length}; }
-
-// Only to be read, and not longer than the text lives.
-inline STRNG borrow(std::string_view text) {
-    const auto length = static_cast<uint32_t>(text.size());
-    return {length, length, reinterpret_cast<uint8_t *>(const_cast<char *>(text.data()))};
-}
-
-// Owns a counted reference, so that an abort, which is an exception that passes
-// through, releases it.
-struct Object {
-    QOR_OBJECT *value = QOR_NIL;
-    Object() = default;
-    Object(Object &&other) noexcept : value(other.value) { other.value = QOR_NIL; }
-    ~Object() { OBJ_remove_object(&value); }
-    Object(const Object &) = delete;
-    Object &operator=(const Object &) = delete;
-};
-
-struct Text {
-    STRNG value{0, 0, nullptr};
-    Text() = default;
-    ~Text() { STRNG_REMOVE(&value); }
-    Text(const Text &) = delete;
-    Text &operator=(const Text &) = delete;
-};
+using namespace owners;
 
 enum class Kind : uint8_t { NOTHING, INTEGER, REAL, BOOLEAN, TEXT, BYTES };
 

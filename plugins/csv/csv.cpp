@@ -5,13 +5,14 @@
 #include <memory>
 #include <utility>
 
-#include "plugins/values.hpp"
+#include "modules/owners.hpp"
+#include "plugins/methods.hpp"
 #include "reader.hpp"
 #include "writer.hpp"
 
 namespace csv {
 
-using namespace plugin;
+using namespace owners;
 
 namespace {
 
@@ -189,15 +190,7 @@ void method_close() {
     });
 }
 
-struct Row {
-    const char *class_name;
-    const char *name;
-    QOR_PROC procedure;
-    int16_t in_count, out_count;
-    const char *signature;
-};
-
-constexpr Row METHODS[] = {
+constexpr plugins::Method_row METHODS[] = {
     {"PROCEDURES", "CSV_OPEN", source_open, 1, 0, "[s parameter][]"},
     {"PROCEDURES", "CSV_READ_OBJECT", source_read_object, 0, 1, "[][b status]"},
     {"PROCEDURES", "CSV_CLOSE", source_close, 0, 0, "[][]"},
@@ -216,10 +209,7 @@ extern "C" QOR_API void CSV_INIT(const char *) {
     int32_t status;
     MSG_CREATE_C(&csv::channel, "CSV", 0);
     CLASS_CREATE_CLASS_C("CSV", "1.0.0", &status);
-    for (const csv::Row &row : csv::METHODS) {
-        CLASS_CREATE_METHOD_C(row.class_name, row.name, row.procedure, row.in_count, row.out_count, 'P', row.signature,
-                              &status);
-    }
+    plugins::create_methods(csv::METHODS);
 }
 
 // Closes what an ended run left open.

@@ -4,7 +4,7 @@
 
 namespace csv {
 
-using namespace plugin;
+using namespace owners;
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <array>
 
+#include "modules/owners.hpp"
 #include "options.hpp"
-#include "plugins/values.hpp"
 
 namespace csv {
 

@@ -170,19 +170,19 @@ void set_attribute() {
 }
 
 constexpr Row METHODS[] = {
-    {"CREATE_POINT", create_point, 2, 1, "[r x,r y][g point]"},
-    {"CREATE_POINT_3D", create_point_3d, 3, 1, "[r x,r y,r z][g point]"},
-    {"CREATE_LINE", create_line, 1, 1, "[l points][g line]"},
-    {"LINE_TO", line_to, 2, 1, "[g line,g point][g line]"},
-    {"ARC_TO", arc_to, 3, 1, "[g line,g over,g point][g line]"},
-    {"JOIN_LINES", join_lines, 2, 1, "[l lines,r tolerance][l lines]"},
-    {"CREATE_RAND", create_rand, 1, 1, "[l lines][g rand]"},
-    {"CREATE_AREA", create_area, 1, 1, "[o rands][g area]"},
-    {"BUILD_AREA", build_area, 1, 1, "[l lines][g area]"},
-    {"CREATE_BOX", create_box, 4, 1, "[r xmin,r ymin,r xmax,r ymax][g area]"},
-    {"CREATE_CIRCLE", create_circle, 2, 1, "[g center,r radius][g area]"},
-    {"GET_ATTRIBUTE", get_attribute, 1, 1, "[g geometry][i attribute]"},
-    {"SET_ATTRIBUTE", set_attribute, 2, 1, "[g geometry,i attribute][g geometry]"},
+    {"GEO", "CREATE_POINT", create_point, 2, 1, "[r x,r y][g point]"},
+    {"GEO", "CREATE_POINT_3D", create_point_3d, 3, 1, "[r x,r y,r z][g point]"},
+    {"GEO", "CREATE_LINE", create_line, 1, 1, "[l points][g line]"},
+    {"GEO", "LINE_TO", line_to, 2, 1, "[g line,g point][g line]"},
+    {"GEO", "ARC_TO", arc_to, 3, 1, "[g line,g over,g point][g line]"},
+    {"GEO", "JOIN_LINES", join_lines, 2, 1, "[l lines,r tolerance][l lines]"},
+    {"GEO", "CREATE_RAND", create_rand, 1, 1, "[l lines][g rand]"},
+    {"GEO", "CREATE_AREA", create_area, 1, 1, "[o rands][g area]"},
+    {"GEO", "BUILD_AREA", build_area, 1, 1, "[l lines][g area]"},
+    {"GEO", "CREATE_BOX", create_box, 4, 1, "[r xmin,r ymin,r xmax,r ymax][g area]"},
+    {"GEO", "CREATE_CIRCLE", create_circle, 2, 1, "[g center,r radius][g area]"},
+    {"GEO", "GET_ATTRIBUTE", get_attribute, 1, 1, "[g geometry][i attribute]"},
+    {"GEO", "SET_ATTRIBUTE", set_attribute, 2, 1, "[g geometry,i attribute][g geometry]"},
 };
 
 } // namespace

@@ -32,14 +32,7 @@ void set_tolerance() {
     });
 }
 
-constexpr Row METHODS[] = {{"SET_TOLERANCE", set_tolerance, 1, 1, "[r tolerance][r former]"}};
-
-void create_methods_of(std::span<const Row> rows) {
-    int32_t status;
-    for (const Row &row : rows) {
-        CLASS_CREATE_METHOD_C("GEO", row.name, row.procedure, row.in_count, row.out_count, 'P', row.signature, &status);
-    }
-}
+constexpr Row METHODS[] = {{"GEO", "SET_TOLERANCE", set_tolerance, 1, 1, "[r tolerance][r former]"}};
 
 } // namespace
 
@@ -67,8 +60,8 @@ extern "C" QOR_API void GEO_INIT(const char *) {
     CLASS_CREATE_CLASS_C("GEO", "1.0.0", &status);
     for (const auto methods : {geo::create_methods, geo::read_methods, geo::line_methods, geo::overlay_methods,
                                geo::text_methods, geo::transform_methods, geo::index_methods})
-        geo::create_methods_of(methods());
-    geo::create_methods_of(geo::METHODS);
+        plugins::create_methods(methods());
+    plugins::create_methods(geo::METHODS);
 }
 
 extern "C" QOR_API void GEO_TERMINATE() {

@@ -8,11 +8,12 @@
 #include <utility>
 #include <vector>
 
-#include "plugins/values.hpp"
+#include "modules/owners.hpp"
+#include "plugins/methods.hpp"
 
 namespace geo {
 
-using namespace plugin;
+using namespace owners;
 
 // The script is wrong (a line where a point is needed): ends the run.
 struct Fault {
@@ -101,12 +102,7 @@ class Stroked {
     QOR_GEOMETRY borrowed_;
 };
 
-struct Row {
-    const char *name;
-    QOR_PROC procedure;
-    int16_t in_count, out_count;
-    const char *signature;
-};
+using Row = plugins::Method_row;
 // The methods of each source.
 std::span<const Row> create_methods();    // create.cpp: points, lines, areas
 std::span<const Row> read_methods();      // read.cpp: parts, coordinates, measures

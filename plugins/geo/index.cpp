@@ -256,11 +256,11 @@ void remove_index() {
 }
 
 constexpr Row METHODS[] = {
-    {"CREATE_INDEX", create_index, 1, 1, "[m geometries][i index]"},
-    {"FIND", find, 2, 1, "[i index,g geometry][l keys]"},
-    {"FIND_FIRST", find_first, 2, 1, "[i index,g geometry][s key]"},
-    {"FIND_NEAREST", find_nearest, 2, 2, "[i index,g geometry][s key,r distance]"},
-    {"REMOVE_INDEX", remove_index, 1, 0, "[i index][]"},
+    {"GEO", "CREATE_INDEX", create_index, 1, 1, "[m geometries][i index]"},
+    {"GEO", "FIND", find, 2, 1, "[i index,g geometry][l keys]"},
+    {"GEO", "FIND_FIRST", find_first, 2, 1, "[i index,g geometry][s key]"},
+    {"GEO", "FIND_NEAREST", find_nearest, 2, 2, "[i index,g geometry][s key,r distance]"},
+    {"GEO", "REMOVE_INDEX", remove_index, 1, 0, "[i index][]"},
 };
 
 } // namespace

@@ -138,17 +138,17 @@ void stroke() {
 }
 
 constexpr Row METHODS[] = {
-    {"GET_POINT_AT", get_point_at, 2, 1, "[g line,r position][g point]"},
-    {"GET_POINT_BESIDE", get_point_beside, 3, 1, "[g line,r position,r distance][g point]"},
-    {"PROJECT_POINT", project_point, 2, 3, "[g line,g point][g foot,r position,r distance]"},
-    {"EXTRACT_LINE", extract_line, 3, 1, "[g line,r from,r to][g line]"},
-    {"REVERSE_LINE", reverse_line, 1, 1, "[g line][g line]"},
-    {"CREATE_AREA_BESIDE", create_area_beside, 3, 1, "[g line,r left,r right][g area]"},
-    {"GET_CROSSINGS", get_crossings, 2, 1, "[g line,g line][l points]"},
-    {"GET_TANGENTS", get_tangents, 1, 2, "[g line][r start,r end]"},
-    {"DASH_LINE", dash_line, 2, 1, "[g line,l lengths][l lines]"},
-    {"SIMPLIFY", simplify, 2, 1, "[g geometry,r tolerance][g geometry]"},
-    {"STROKE", stroke, 2, 1, "[g geometry,r tolerance][g geometry]"},
+    {"GEO", "GET_POINT_AT", get_point_at, 2, 1, "[g line,r position][g point]"},
+    {"GEO", "GET_POINT_BESIDE", get_point_beside, 3, 1, "[g line,r position,r distance][g point]"},
+    {"GEO", "PROJECT_POINT", project_point, 2, 3, "[g line,g point][g foot,r position,r distance]"},
+    {"GEO", "EXTRACT_LINE", extract_line, 3, 1, "[g line,r from,r to][g line]"},
+    {"GEO", "REVERSE_LINE", reverse_line, 1, 1, "[g line][g line]"},
+    {"GEO", "CREATE_AREA_BESIDE", create_area_beside, 3, 1, "[g line,r left,r right][g area]"},
+    {"GEO", "GET_CROSSINGS", get_crossings, 2, 1, "[g line,g line][l points]"},
+    {"GEO", "GET_TANGENTS", get_tangents, 1, 2, "[g line][r start,r end]"},
+    {"GEO", "DASH_LINE", dash_line, 2, 1, "[g line,l lengths][l lines]"},
+    {"GEO", "SIMPLIFY", simplify, 2, 1, "[g geometry,r tolerance][g geometry]"},
+    {"GEO", "STROKE", stroke, 2, 1, "[g geometry,r tolerance][g geometry]"},
 };
 
 } // namespace

@@ -56,13 +56,13 @@ void from_geojson() {
 void features() { read_text("READ_FEATURES", "L", read_features); }
 
 constexpr Row METHODS[] = {
-    {"TO_WKT", to_wkt, 1, 1, "[o geometry][s text]"},
-    {"FROM_WKT", from_wkt, 1, 1, "[s text][o geometry]"},
-    {"TO_WKB", to_wkb, 1, 1, "[o geometry][s text]"},
-    {"FROM_WKB", from_wkb, 1, 1, "[s text][o geometry]"},
-    {"TO_GEOJSON", to_geojson, 1, 1, "[o geometry][s text]"},
-    {"FROM_GEOJSON", from_geojson, 1, 1, "[s text][o geometry]"},
-    {"READ_FEATURES", features, 1, 1, "[s text][l features]"},
+    {"GEO", "TO_WKT", to_wkt, 1, 1, "[o geometry][s text]"},
+    {"GEO", "FROM_WKT", from_wkt, 1, 1, "[s text][o geometry]"},
+    {"GEO", "TO_WKB", to_wkb, 1, 1, "[o geometry][s text]"},
+    {"GEO", "FROM_WKB", from_wkb, 1, 1, "[s text][o geometry]"},
+    {"GEO", "TO_GEOJSON", to_geojson, 1, 1, "[o geometry][s text]"},
+    {"GEO", "FROM_GEOJSON", from_geojson, 1, 1, "[s text][o geometry]"},
+    {"GEO", "READ_FEATURES", features, 1, 1, "[s text][l features]"},
 };
 
 } // namespace

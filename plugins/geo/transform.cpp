@@ -168,13 +168,13 @@ void transform() {
 }
 
 constexpr Row METHODS[] = {
-    {"MOVE", move, 3, 1, "[g geometry,r dx,r dy][g moved]"},
-    {"SCALE", scale, 3, 1, "[g geometry,r factor,g center][g scaled]"},
-    {"ROTATE", rotate, 3, 1, "[g geometry,r angle,g center][g rotated]"},
-    {"ROUND", round, 2, 1, "[g geometry,r width][g rounded]"},
-    {"SET_HEIGHT", set_height, 2, 1, "[g geometry,r height][g raised]"},
-    {"DROP_HEIGHT", drop_height, 1, 1, "[g geometry][g flat]"},
-    {"TRANSFORM", transform, 3, 1, "[g geometry,i from,i to][g transformed]"},
+    {"GEO", "MOVE", move, 3, 1, "[g geometry,r dx,r dy][g moved]"},
+    {"GEO", "SCALE", scale, 3, 1, "[g geometry,r factor,g center][g scaled]"},
+    {"GEO", "ROTATE", rotate, 3, 1, "[g geometry,r angle,g center][g rotated]"},
+    {"GEO", "ROUND", round, 2, 1, "[g geometry,r width][g rounded]"},
+    {"GEO", "SET_HEIGHT", set_height, 2, 1, "[g geometry,r height][g raised]"},
+    {"GEO", "DROP_HEIGHT", drop_height, 1, 1, "[g geometry][g flat]"},
+    {"GEO", "TRANSFORM", transform, 3, 1, "[g geometry,i from,i to][g transformed]"},
 };
 
 } // namespace

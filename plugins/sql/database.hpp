@@ -6,12 +6,12 @@
 #include <utility>
 #include <vector>
 
-#include "plugins/values.hpp"
+#include "modules/owners.hpp"
 #include "qor/db.h"
 
 namespace sql {
 
-using namespace plugin;
+using namespace owners;
 
 // What ends the run: the text of its message.
 struct Fault {

@@ -1,6 +1,7 @@
 // The plug-in SQL: class SQL, databases for scripts, and a source class for transfers.
 #include <array>
 
+#include "plugins/methods.hpp"
 #include "writer.hpp"
 
 namespace sql {
@@ -433,15 +434,7 @@ template <size_t I> void take_ending() {
     if (status) CLASS_CREATE_METHOD_C("QOR", ENDINGS[I], ending<I>, 0, 0, 'P', "", &status);
 }
 
-struct Row {
-    const char *class_name;
-    const char *name;
-    QOR_PROC procedure;
-    int16_t in_count, out_count;
-    const char *signature;
-};
-
-constexpr Row METHODS[] = {
+constexpr plugins::Method_row METHODS[] = {
     {"SQL", "OPEN", method_open, 1, 2, "[s connection][i id,b status]"},
     {"SQL", "CLOSE", method_close, 1, 0, "[i id][]"},
     {"SQL", "IS_CONNECTED", method_is_connected, 1, 1, "[i id][b status]"},
@@ -477,10 +470,7 @@ extern "C" QOR_API void SQL_INIT(const char *) {
     int32_t status;
     MSG_CREATE_C(&sql::channel, "SQL", 0);
     CLASS_CREATE_CLASS_C("SQL", "1.0.0", &status);
-    for (const sql::Row &row : sql::METHODS) {
-        CLASS_CREATE_METHOD_C(row.class_name, row.name, row.procedure, row.in_count, row.out_count, 'P', row.signature,
-                              &status);
-    }
+    plugins::create_methods(sql::METHODS);
     sql::take_ending<0>();
     sql::take_ending<1>();
 }

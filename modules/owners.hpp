@@ -1,12 +1,12 @@
-// The kernel's plain records with an owner, so that an abort, which is an exception
-// that passes through, releases them.
+// The kernel's plain records with an owner, for modules and plug-ins: so an abort, which
+// is an exception that passes through, releases them.
 #pragma once
 
 #include <string_view>
 
 #include "qor/qor.h"
 
-namespace plugin {
+namespace owners {
 
 inline std::string_view view(STRNG text) { return {reinterpret_cast<const char *>(text.data), text.length}; }
 
@@ -27,9 +27,10 @@ struct Text {
 struct Object {
     QOR_OBJECT *value = QOR_NIL;
     Object() = default;
+    Object(Object &&other) noexcept : value(other.value) { other.value = QOR_NIL; }
     ~Object() { OBJ_remove_object(&value); }
     Object(const Object &) = delete;
     Object &operator=(const Object &) = delete;
 };
 
-} // namespace plugin
+} // namespace owners
