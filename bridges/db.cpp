@@ -1,31 +1,16 @@
 // The bridge to the database module, which also does the work of the type dblink.
 #include "qor/db.h"
 
-#include "bridges/forward.hpp"
-#include "bridges/module.hpp"
 #include "container/dblink.hpp"
 #include "kernel/lifecycle.hpp"
 #include "kernel/option.hpp"
 
-#define EXPORTED(name)                                                                                                 \
-    QOR_ENTRY_POINTER(name)                                                                                            \
-    QOR_FORWARD(name)
-#define INTERNAL(name) QOR_ENTRY_POINTER(name)
-#include "bridges/db_entries.inc"
-#undef EXPORTED
-#undef INTERNAL
+#define QOR_ENTRIES "bridges/db_entries.inc"
+#include "bridges/entry_table.inc"
 
 namespace qor {
 
 namespace {
-
-#define EXPORTED(name) {#name, &bridge_entry_##name},
-#define INTERNAL(name) {#name, &bridge_entry_##name},
-constexpr Module_entry ENTRIES[] = {
-#include "bridges/db_entries.inc"
-};
-#undef EXPORTED
-#undef INTERNAL
 
 Outside_module db_module("db", ENTRIES);
 

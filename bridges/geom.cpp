@@ -3,30 +3,15 @@
 
 #include <cstdio>
 
-#include "bridges/forward.hpp"
-#include "bridges/module.hpp"
 #include "kernel/lifecycle.hpp"
 #include "object/object.hpp"
 
-#define EXPORTED(name)                                                                                                 \
-    QOR_ENTRY_POINTER(name)                                                                                            \
-    QOR_FORWARD(name)
-#define INTERNAL(name) QOR_ENTRY_POINTER(name)
-#include "bridges/geom_entries.inc"
-#undef EXPORTED
-#undef INTERNAL
+#define QOR_ENTRIES "bridges/geom_entries.inc"
+#include "bridges/entry_table.inc"
 
 namespace qor {
 
 namespace {
-
-#define EXPORTED(name) {#name, &bridge_entry_##name},
-#define INTERNAL(name) {#name, &bridge_entry_##name},
-constexpr Module_entry ENTRIES[] = {
-#include "bridges/geom_entries.inc"
-};
-#undef EXPORTED
-#undef INTERNAL
 
 Outside_module geom_module("geom", ENTRIES);
 
