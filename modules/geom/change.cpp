@@ -51,7 +51,7 @@ class Grid {
         if (!(width_ > 0)) return value;
         const double rounded =
             parts_ > 0 ? std::nearbyint(value * parts_) / parts_ : std::nearbyint(value / width_) * width_;
-        return std::isfinite(rounded) ? rounded : value;
+        return std::isfinite(rounded) ? rounded + 0.0 : value; // which makes 0 of -0
     }
 
   private:

@@ -172,10 +172,11 @@ int32_t GEOM2_EXTRACT_LINE_PATTERN_POINTS(QOR_GEOMETRY line, double first, doubl
     // A point that is beyond the end by no more than rounding is there.
     const double end = path.length + path.slack;
     if (begin > end) return 0;
-    if ((end - begin) / spacing >= MAX_COUNT) return TOO_MANY;
+    const double last = std::floor((end - begin) / spacing);
+    if (last >= MAX_COUNT) return TOO_MANY;
     Gathered points;
     auto span = path.spans.begin();
-    for (double index = 0; begin + index * spacing <= end; ++index) {
+    for (double index = 0; index <= last; ++index) {
         const double position = begin + index * spacing;
         while (span + 1 != path.spans.end() && span->end() < position) ++span;
         const GEOM_XY place = point_at(span->segment, position - span->start);

@@ -7,8 +7,9 @@
 #include <memory>
 #include <optional>
 
+#include "box_tree.hpp"
 #include "inside.hpp"
-#include "overlay.hpp"
+#include "line.hpp"
 
 using namespace geom;
 
@@ -67,65 +68,6 @@ Relation relation(QOR_GEOMETRY geometry, QOR_GEOMETRY area, const char *operatio
     return found;
 }
 
-// --- finding segments --------------------------------------------------------------
-
-// Boxes over the segments of an area, level by level: a box of one level holds FAN
-// neighbours of the level below. Segments come in the order of the rands, in which
-// neighbours are near to each other.
-class Segment_index {
-  public:
-    explicit Segment_index(const Composite *area) : levels_(1) {
-        for (Node *node = area ? area->first : nullptr; node; node = node->next) {
-            for_each_border_segment(part_of(node), [&](const Segment &segment) {
-                items_.push_back({segment.start, segment.over, segment.end, segment.is_arc});
-                levels_[0].emplace_back().add(segment);
-            });
-        }
-        while (levels_.back().size() > 1) {
-            const std::vector<Box> &below = levels_.back();
-            std::vector<Box> level((below.size() + FAN - 1) / FAN);
-            for (size_t i = 0; i < below.size(); ++i) {
-                level[i / FAN].add(GEOM_XY{below[i].xmin, below[i].ymin});
-                level[i / FAN].add(GEOM_XY{below[i].xmax, below[i].ymax});
-            }
-            levels_.push_back(std::move(level));
-        }
-    }
-    // Calls visit(const Segment &) for those of which the boxes meet a box.
-    template <typename Visit> void for_each_near(const Box &box, Visit visit) const {
-        struct Entry {
-            size_t level, number;
-        };
-        std::vector<Entry> pending;
-        if (!items_.empty()) pending.push_back({levels_.size() - 1, 0});
-        while (!pending.empty()) {
-            const Entry entry = pending.back();
-            pending.pop_back();
-            if (!do_meet(levels_[entry.level][entry.number], box)) continue;
-            if (entry.level == 0) {
-                const Item &item = items_[entry.number];
-                visit(item.is_arc ? make_segment(item.from, item.over, item.to) : make_segment(item.from, item.to));
-                continue;
-            }
-            const size_t first = entry.number * FAN, end = std::min(first + FAN, levels_[entry.level - 1].size());
-            for (size_t i = first; i < end; ++i) pending.push_back({entry.level - 1, i});
-        }
-    }
-
-  private:
-    static constexpr size_t FAN = 8;
-    struct Item { // a segment in less room
-        GEOM_XY from, over, to;
-        bool is_arc;
-    };
-    static bool do_meet(const Box &a, const Box &b) {
-        return a.xmin <= b.xmax && b.xmin <= a.xmax && a.ymin <= b.ymax && b.ymin <= a.ymax;
-    }
-
-    std::vector<Item> items_;
-    std::vector<std::vector<Box>> levels_;
-};
-
 // --- cutting lines -------------------------------------------------------------------
 
 // What a place where the border meets a segment says of the side that follows. It is certain
@@ -149,8 +91,8 @@ bool do_run_together(const Segment &a, const Segment &b, double from, double to)
 class Line_cutter {
   public:
     Line_cutter(QOR_GEOMETRY fence, bool wants_inside, Gathered *pieces)
-        : fence_(fence), index_(static_cast<const Composite *>(geometry_of(fence))), wants_inside_(wants_inside),
-          pieces_(pieces) {}
+        : fence_(fence), border_(border_of(static_cast<const Composite *>(geometry_of(fence)))),
+          tree_(boxes_of(border_)), wants_inside_(wants_inside), pieces_(pieces) {}
 
     void cut(const Composite *line, int32_t attribute) {
         attribute_ = attribute;
@@ -169,11 +111,23 @@ class Line_cutter {
     }
 
   private:
+    static std::vector<Segment> border_of(const Composite *area) {
+        std::vector<Segment> border;
+        for (Node *node = area ? area->first : nullptr; node; node = node->next)
+            for_each_border_segment(part_of(node), [&](const Segment &segment) { border.push_back(segment); });
+        return border;
+    }
+    static std::vector<Box> boxes_of(const std::vector<Segment> &border) {
+        std::vector<Box> boxes;
+        for (const Segment &segment : border) boxes.push_back(box_of(segment));
+        return boxes;
+    }
     void find_cuts(const Segment &segment, double whole, double slack) {
         cuts_.clear();
-        Box box;
-        box.add(segment);
-        index_.for_each_near(box, [&](const Segment &other) {
+        const Box box = box_of(segment);
+        const auto distance_to = [&](const Box &other) { return distance(other, box); };
+        tree_.visit_near(distance_to, 0, [&](size_t index) {
+            const Segment &other = border_[index];
             GEOM_XY places[2];
             const int count = intersect(segment, other, places);
             double positions[2];
@@ -208,9 +162,7 @@ class Line_cutter {
         end_ = place_of(to);
         const double whole = length(segment);
         if (!(whole > 0)) return;
-        Box box;
-        box.add(segment);
-        find_cuts(segment, whole, 4 * rounding_of(box));
+        find_cuts(segment, whole, 4 * rounding_of(box_of(segment)));
         int along = 0;
         double begin = -1; // of the stretch that is wanted, if not negative
         for (size_t i = 0; i + 1 < cuts_.size(); ++i) {
@@ -239,35 +191,27 @@ class Line_cutter {
     }
     // Appends a stretch of a segment to the piece that is open. Ends of the segment are
     // taken over as they are.
-    void append(const Line_node &from, const Line_node &to, const Segment &segment, double begin, double end) {
-        const bool is_whole = begin == 0 && end == length(segment);
+    void append(const Point &from, const Line_node &to, const Segment &segment, double begin, double end) {
+        const bool reaches_end = end == length(segment), is_whole = begin == 0 && reaches_end;
         const Segment part = is_whole ? segment : stretch(segment, begin, end);
         if (!piece_.get()) {
             Composite *line = new_composite(GEOM_LINE);
             line->attribute = attribute_;
             *piece_.address() = word_of(line);
-            append_end(line, from, begin == 0, part.start, part.start_z, Segment{});
+            const Point start = begin == 0 ? from : make_point(part.start, part.start_z);
+            append_point(line, 0, 0, 0, GEOM_NO_HEIGHT, &start);
         }
         Composite *line = static_cast<Composite *>(geometry_of(piece_.get()));
         if (is_whole) {
             append_point(line, to.arc, to.arc_x, to.arc_y, to.arc_z, &to);
         } else {
-            append_end(line, to, end == length(segment), part.end, part.end_z, part);
+            append_segment(line, part, reaches_end ? Point(to) : make_point(part.end, part.end_z));
         }
-    }
-    static void append_end(Composite *line, const Point &original, bool is_original, GEOM_XY place, double z,
-                           const Segment &part) {
-        Point point{};
-        point.kind = GEOM_POINT;
-        point.x = place.x;
-        point.y = place.y;
-        point.z = z;
-        append_point(line, part.is_arc ? 1 : 0, part.over.x, part.over.y, GEOM_NO_HEIGHT,
-                     is_original ? &original : &point);
     }
 
     QOR_GEOMETRY fence_;
-    Segment_index index_;
+    std::vector<Segment> border_;
+    Box_tree tree_;
     bool wants_inside_;
     std::optional<bool> is_inside_; // where the line has got to, if that is certain
     Gathered *pieces_;

@@ -45,8 +45,13 @@ void append_to_composite(QOR_GEOMETRY variable, int32_t kind, QOR_GEOMETRY part,
 
 } // namespace
 
-// The kernel is linked to this library, so its name is not needed to find it.
-void GEOM_INIT(const char *) {}
+// The kernel is linked to this library, so its name is not needed to find it. A kernel that is
+// started again finds the tolerances that it found at first.
+void GEOM_INIT(const char *) {
+    GEOM2_RESOLUTION_SET(0);
+    GEOM3_GEOM_CLEAN_RESOLUTION_SET(0);
+    GEOM3_GEOM_CLEAN_SYSTEM_SET(GEOM_CLEAN_POINTS | GEOM_CLEAN_ARCS | GEOM_CLEAN_RINGS | GEOM_CLEAN_AREAS);
+}
 
 void GEOM_TERMINATE(void) {
     geos::finish();

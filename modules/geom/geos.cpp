@@ -118,6 +118,7 @@ class Places {
 
 Geometry polygon(const GEOSGeometry *shell, const std::vector<const GEOSGeometry *> &holes = {}) {
     std::vector<GEOSGeometry *> rings;
+    rings.reserve(holes.size());
     for (const GEOSGeometry *hole : holes) rings.push_back(GEOSGeom_clone_r(context(), hole));
     return Geometry(GEOSGeom_createPolygon_r(context(), GEOSGeom_clone_r(context(), shell), rings.data(),
                                              static_cast<unsigned>(rings.size())));
@@ -125,6 +126,7 @@ Geometry polygon(const GEOSGeometry *shell, const std::vector<const GEOSGeometry
 
 Geometry collection(int type, std::vector<Geometry> &&parts) {
     std::vector<GEOSGeometry *> adopted;
+    adopted.reserve(parts.size());
     for (Geometry &part : parts) adopted.push_back(part.release());
     return Geometry(
         GEOSGeom_createCollection_r(context(), type, adopted.data(), static_cast<unsigned>(adopted.size())));
@@ -268,6 +270,7 @@ Geometry convert(QOR_GEOMETRY geometry, bool *has_arcs) {
 std::vector<const GEOSGeometry *> parts_of(const GEOSGeometry *geometry) {
     std::vector<const GEOSGeometry *> parts;
     const int count = GEOSGetNumGeometries_r(context(), geometry);
+    parts.reserve(static_cast<size_t>(std::max(count, 0)));
     for (int i = 0; i < count; ++i) parts.push_back(GEOSGetGeometryN_r(context(), geometry, i));
     return parts;
 }
@@ -298,6 +301,25 @@ Geometry joined(std::vector<Geometry> faces) {
     return united_on_grid(all.get());
 }
 
+// A ring that goes into a face and back the same way is no border of that, but its inner place
+// may lie on it: then one beside it tells.
+bool lies_inside(const GEOSGeometry *face, const GEOSPreparedGeometry *rings) {
+    Geometry place(GEOSPointOnSurface_r(context(), face));
+    if (!place || GEOSPreparedIntersects_r(context(), rings, place.get()) != 1) return false;
+    double x, y, clearance;
+    GEOSGeomGetX_r(context(), place.get(), &x);
+    GEOSGeomGetY_r(context(), place.get(), &y);
+    for (int angle = 1; angle < 10; ++angle) {
+        if (GEOSPreparedContainsProperly_r(context(), rings, place.get()) == 1) return true;
+        const Geometry border(GEOSBoundary_r(context(), face)), middle(GEOSGeom_createPointFromXY_r(context(), x, y));
+        GEOSDistance_r(context(), border.get(), middle.get(), &clearance);
+        place.reset(GEOSGeom_createPointFromXY_r(context(), x + clearance / 2 * std::cos(angle),
+                                                 y + clearance / 2 * std::sin(angle)));
+        if (GEOSPreparedIntersects_r(context(), rings, place.get()) != 1) return false;
+    }
+    return true;
+}
+
 // Cuts the plane along all rings of a polygonal geometry and joins those faces of which an
 // inner point is crossed over an odd number of times on the way out. A prepared geometry
 // finds points by just this rule, however its rings cross, unless they are out of the box
@@ -312,11 +334,8 @@ Geometry even_odd(const GEOSGeometry *area) {
     const Prepared_geometry locator(GEOSPrepare_r(context(), rings.get()));
     if (!faces || !locator) return nullptr;
     std::vector<Geometry> inside;
-    for (const GEOSGeometry *face : parts_of(faces.get())) {
-        const Geometry place(GEOSPointOnSurface_r(context(), face));
-        if (place && GEOSPreparedIntersects_r(context(), locator.get(), place.get()) == 1)
-            inside.emplace_back(GEOSGeom_clone_r(context(), face));
-    }
+    for (const GEOSGeometry *face : parts_of(faces.get()))
+        if (lies_inside(face, locator.get())) inside.emplace_back(GEOSGeom_clone_r(context(), face));
     return joined(std::move(inside));
 }
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "overlay.hpp"
+#include "offset.hpp"
 #include "vector.hpp"
 
 using namespace geom;
@@ -16,11 +16,7 @@ struct Buffer_deleter {
 };
 
 // Chords for a quarter of a circle, so that they stay within the stroke tolerance.
-int quadrant_segments(double radius) {
-    const double tolerance = stroke_tolerance() > 0 ? stroke_tolerance() : radius / 10000;
-    const double turn = 4 * std::asin(std::min(1.0, std::sqrt(tolerance / radius / 2)));
-    return static_cast<int>(std::clamp(std::ceil(PI / 2 / turn), 8.0, 500.0));
-}
+int quadrant_segments(double radius) { return std::clamp(chord_count({0, 0, radius, 0, PI / 2}, 0), 8, 500); }
 
 geos::Geometry grown(const GEOSGeometry *polygons, double distance, int join, double limit) {
     const std::unique_ptr<GEOSBufferParams, Buffer_deleter> params(GEOSBufferParams_create_r(geos::context()));
@@ -47,13 +43,7 @@ class Mitres {
     }
     bool has_too_long() const { return has_too_long_; }
     // What the mitres that are not too long cover, each from its corner to its tip.
-    geos::Geometry cover() {
-        std::vector<GEOSGeometry *> adopted;
-        for (geos::Geometry &kite : kites_) adopted.push_back(kite.release());
-        const geos::Geometry all(GEOSGeom_createCollection_r(geos::context(), GEOS_MULTIPOLYGON, adopted.data(),
-                                                             static_cast<unsigned>(adopted.size())));
-        return geos::Geometry(GEOSUnaryUnion_r(geos::context(), all.get()));
-    }
+    geos::Geometry cover() { return geos::united(std::move(kites_)); }
 
   private:
     // The corners with the area on their left.
@@ -88,12 +78,9 @@ class Mitres {
         add_kite({corner, corner + first, corner + middle * (1 / (shortening * shortening)), corner + second});
     }
     void add_kite(std::initializer_list<GEOM_XY> corners) {
-        std::vector<double> coordinates;
-        for (const GEOM_XY corner : corners) coordinates.insert(coordinates.end(), {corner.x, corner.y});
-        coordinates.insert(coordinates.end(), {corners.begin()->x, corners.begin()->y});
-        GEOSCoordSequence *sequence = GEOSCoordSeq_copyFromBuffer_r(geos::context(), coordinates.data(), 5, 0, 0);
-        GEOSGeometry *ring = GEOSGeom_createLinearRing_r(geos::context(), sequence);
-        kites_.emplace_back(GEOSGeom_createPolygon_r(geos::context(), ring, nullptr, 0));
+        std::vector<Point> points;
+        for (const GEOM_XY corner : corners) points.push_back(make_point(corner, GEOM_NO_HEIGHT));
+        kites_.push_back(polygon_of(points));
     }
 
     double distance_, limit_;
@@ -122,7 +109,7 @@ int32_t GEOM2_COPY_AREA_BOUNDARY_PARALLEL(QOR_GEOMETRY area, double distance, in
     geos::Geometry polygons = valid_polygons(area);
     if (!polygons) return refuse(OPERATION, geos::take_error());
     if (corner == GEOM_CORNER_MITRE) {
-        polygons = grown_with_mitres(polygons.get(), distance, limit > 0 ? limit : 5);
+        polygons = grown_with_mitres(polygons.get(), distance, limit > 0 ? limit : DEFAULT_LIMIT);
     } else {
         const int join = corner == GEOM_CORNER_ROUND ? GEOSBUF_JOIN_ROUND : GEOSBUF_JOIN_BEVEL;
         polygons = grown(polygons.get(), distance, join, 1);

@@ -84,8 +84,10 @@ class Hatching {
         std::vector<Crossing> crossings;
         crossings.reserve(static_cast<size_t>(crossing_count_));
         for_each_crossed([&](const Piece &piece, const Bow &bow, double first, double count) {
-            for (double i = 0; i < count; ++i)
-                crossings.push_back({first + i, x_at(piece, bow, (first + i) * spacing_)});
+            for (int64_t i = 0; i < static_cast<int64_t>(count); ++i) {
+                const double line = first + static_cast<double>(i);
+                crossings.push_back({line, x_at(piece, bow, line * spacing_)});
+            }
         });
         std::sort(crossings.begin(), crossings.end(), [](const Crossing &a, const Crossing &b) {
             return a.line < b.line || (a.line == b.line && a.x < b.x);
@@ -192,12 +194,13 @@ class Lattice {
     // False when there are too many.
     bool find(QOR_GEOMETRY area, std::vector<GEOM_XY> *places) const {
         const Range range = rows();
-        for (double i = 0; i < range.count(); ++i) {
-            const double row = range.first + i, start = origin_.x + (std::fmod(row, 2) != 0 ? shift_ : 0);
+        for (int64_t i = 0; i < static_cast<int64_t>(range.count()); ++i) {
+            const double row = range.first + static_cast<double>(i);
+            const double start = origin_.x + (std::fmod(row, 2) != 0 ? shift_ : 0);
             const Range columns = numbers_between(box_.xmin - start, box_.xmax - start, along_);
-            for (double j = 0; j < columns.count(); ++j) {
-                const GEOM_XY place =
-                    area_.from_frame({start + (columns.first + j) * along_, origin_.y + row * across_});
+            for (int64_t j = 0; j < static_cast<int64_t>(columns.count()); ++j) {
+                const double column = columns.first + static_cast<double>(j);
+                const GEOM_XY place = area_.from_frame({start + column * along_, origin_.y + row * across_});
                 if (GEOM_IS_INSIDEAREA(place, area) != 0) places->push_back(place);
             }
             if (static_cast<double>(places->size()) > MAX_COUNT) return false;

@@ -34,9 +34,7 @@ bool are_together_between(const Span &span, const Segment &other, double from, d
 }
 
 std::vector<Common> find_common(const Path &path, const Path &other, double rounding) {
-    std::vector<Box> boxes;
-    for (const Span &span : other.spans) boxes.push_back(box_of(span.segment));
-    const Box_tree tree(boxes);
+    const Box_tree tree(boxes_of(other));
     std::vector<Common> found;
     for (const Span &span : path.spans) {
         const Box box = box_of(span.segment);

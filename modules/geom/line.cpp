@@ -62,6 +62,12 @@ Box box_of(const Segment &segment) {
     return box;
 }
 
+std::vector<Box> boxes_of(const Path &path) {
+    std::vector<Box> boxes;
+    for (const Span &span : path.spans) boxes.push_back(box_of(span.segment));
+    return boxes;
+}
+
 Point make_point(GEOM_XY place, double z) {
     Point point{};
     point.kind = GEOM_POINT;
@@ -201,12 +207,6 @@ class Projector {
     double from = std::numeric_limits<double>::infinity(), to = 0, furthest = 0;
 
   private:
-    static std::vector<Box> boxes_of(const Path &path) {
-        std::vector<Box> boxes;
-        for (const Span &span : path.spans) boxes.push_back(box_of(span.segment));
-        return boxes;
-    }
-
     Path path_;
     Box_tree tree_;
     const Point &start_;

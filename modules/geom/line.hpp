@@ -37,6 +37,7 @@ struct Path {
 double distance(const Box &box, GEOM_XY place);
 double distance(const Box &a, const Box &b);
 Box box_of(const Segment &segment);
+std::vector<Box> boxes_of(const Path &path); // of its spans
 
 inline double middle_height(double a, double b) {
     return a == GEOM_NO_HEIGHT || b == GEOM_NO_HEIGHT ? GEOM_NO_HEIGHT : a + (b - a) / 2;

@@ -45,12 +45,6 @@ struct Kept {
     Shape shape;
 };
 
-std::vector<Box> boxes_of(const Path &path) {
-    std::vector<Box> boxes;
-    for (const Span &span : path.spans) boxes.push_back(box_of(span.segment));
-    return boxes;
-}
-
 Segment full_circle(GEOM_XY centre, double radius) {
     Segment circle = make_segment({centre.x + radius, centre.y}, {centre.x + radius, centre.y});
     circle.is_arc = true;

@@ -170,7 +170,7 @@ std::optional<Fault> fault_of(QOR_GEOMETRY word) {
     const Composite *area = static_cast<const Composite *>(geometry_of(word));
     GEOM_XY place;
     if (const char *reason = coordinate_fault(area, &place)) return Fault{reason, place};
-    if (const auto fault = fault_of_rands(area)) return fault;
+    if (auto fault = fault_of_rands(area)) return fault;
     const geos::Geometry polygons = geos::to_geos(word, 0);
     if (!polygons) return Fault{geos::take_error(), place_of(first_point(part_of(part_of(area->first)->first)))};
     return fault_of_polygons(polygons.get());

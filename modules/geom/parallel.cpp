@@ -159,6 +159,7 @@ class Area_maker {
     // Places are relative to a point of the line.
     void add_piece(const std::vector<GEOM_XY> &places, const Point &origin) {
         std::vector<Point> corners;
+        corners.reserve(places.size());
         for (GEOM_XY place : places) corners.push_back(make_point(place_of(origin) + place, origin.z));
         pieces_.push_back(polygon_of(corners));
     }

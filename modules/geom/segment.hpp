@@ -75,6 +75,8 @@ int crossings(const Segment &segment, GEOM_XY point);
 // Appends the ends of the chords that stand for the segment: not its start, but
 // its end. tolerance as in GEOM2_STROKE.
 void append_chords(const Segment &segment, double tolerance, std::vector<GEOM_XY> *places);
+// How many chords stand for an arc.
+int chord_count(const GEOM_CIRCLE &circle, double tolerance);
 // Puts chords in the place of all arcs of a geometry. Its points stay where they are.
 void stroke(Geometry *geometry, double tolerance);
 // What GEOM2_RESOLUTION_SET has set.

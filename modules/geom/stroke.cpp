@@ -14,14 +14,6 @@ constexpr double MIN_CHORDS = 2, MAX_CHORDS = 10000;
 
 double resolution = 0;
 
-// A chord that turns by t is r (1 - cos(t/2)) = 2 r sin^2(t/4) away from the arc.
-int chord_count(const GEOM_CIRCLE &circle, double tolerance) {
-    if (!(tolerance > 0)) tolerance = resolution > 0 ? resolution : circle.radius / 10000;
-    const double turn = 4 * std::asin(std::min(1.0, std::sqrt(tolerance / circle.radius / 2)));
-    const double count = std::ceil(std::abs(circle.sweep) / turn);
-    return static_cast<int>(std::clamp(count, MIN_CHORDS, MAX_CHORDS));
-}
-
 // Neighbours pass a common arc in different directions. So that they get the same chords, the
 // places are always computed from the same end.
 bool is_from_far_end(const Segment &arc) {
@@ -31,6 +23,14 @@ bool is_from_far_end(const Segment &arc) {
 } // namespace
 
 double stroke_tolerance() { return resolution; }
+
+// A chord that turns by t is r (1 - cos(t/2)) = 2 r sin^2(t/4) away from the arc.
+int chord_count(const GEOM_CIRCLE &circle, double tolerance) {
+    if (!(tolerance > 0)) tolerance = resolution > 0 ? resolution : circle.radius / 10000;
+    const double turn = 4 * std::asin(std::min(1.0, std::sqrt(tolerance / circle.radius / 2)));
+    const double count = std::ceil(std::abs(circle.sweep) / turn);
+    return static_cast<int>(std::clamp(count, MIN_CHORDS, MAX_CHORDS));
+}
 
 void append_chords(const Segment &segment, double tolerance, std::vector<GEOM_XY> *places) {
     const bool is_backward = segment.is_arc && is_from_far_end(segment);

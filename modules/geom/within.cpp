@@ -42,7 +42,8 @@ class Search {
         constexpr int TRIES = 15;
         for (int i = 1; i <= TRIES; ++i) {
             // From the middle outwards.
-            const double part = 0.5 + (i % 2 ? -1 : 1) * (i / 2) / (TRIES + 1.0);
+            const int steps = i % 2 ? -(i / 2) : i / 2;
+            const double part = 0.5 + steps / (TRIES + 1.0);
             try_height(range_.ymin + (range_.ymax - range_.ymin) * part);
         }
         if (clearance_ > 0) *place = best_;

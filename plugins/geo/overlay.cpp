@@ -96,8 +96,10 @@ void union_all() {
         const std::vector<QOR_GEOMETRY> areas = geometries_of(values.object(0), "a");
         if (areas.empty()) throw No_result{};
         std::vector<geos::Geometry> parts;
+        parts.reserve(areas.size());
         for (const QOR_GEOMETRY area : areas) parts.push_back(to_valid_geos(area));
         std::vector<GEOSGeometry *> adopted;
+        adopted.reserve(parts.size());
         for (geos::Geometry &part : parts) adopted.push_back(part.release());
         const geos::Geometry all = result_of(GEOSGeom_createCollection_r(
             geos::context(), GEOS_GEOMETRYCOLLECTION, adopted.data(), static_cast<unsigned>(adopted.size())));

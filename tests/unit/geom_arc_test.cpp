@@ -211,6 +211,7 @@ TEST(Segments, CommonPoints) {
         {"stretch of a circle", upper, {0, 1, 1, h, h, h, -h}, {{0, 1}, {1, 0}}},
         {"equal arcs", upper, {1, 0, 1, h, h, -1, 0}, {{-1, 0}, {1, 0}}},
         {"equal circles", circle, {1, 1, 1, 1, -1, 1, 1}, {}},
+        {"arc through the ends of a diameter", circle, {1, 1, 1, -1, 1, 1, -1}, {{1, 1}, {1, -1}}},
         {"arc of a circle", circle, {1, 1, 1, 0, 0, 1, -1}, {{1, 1}, {1, -1}}},
         {"not a number", straight(0, 0, NAN_, 4), straight(0, 4, 4, 0), {}},
     };
@@ -478,6 +479,13 @@ TEST(Strokes, ChordsStayNearAndAreTheSameFromBothSides) {
     set(0);
     EXPECT_LT(read_line(coarse.word).size(), 10u);
     EXPECT_EQ(read_line(fine.word).size(), 10001u);
+}
+
+TEST(Strokes, AnotherStartForgetsTheTolerance) {
+    INNER(GEOM2_RESOLUTION_SET)(0.5);
+    QORPROC_TERMINATE();
+    QORPROC_INIT();
+    EXPECT_EQ(INNER(GEOM2_RESOLUTION_SET)(0), 0);
 }
 
 TEST(Strokes, CurvesAndParts) {

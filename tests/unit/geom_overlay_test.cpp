@@ -181,7 +181,9 @@ TEST(Overlay, KnownResults) {
         {"0 0,4 4,4 0,0 4,0 0", square, 8, 16, 0},                                           // a bow tie
         {square + ";" + box(2, 0, 6, 4), box(0, 0, 6, 4), 16, 24, 0},                        // rands that cross
         {square + ";" + square, square, 0, 16, 0}, // what lies in two lies outside
-        {"0 0,4 0", square, 0, 16, 0},             // no content
+        // A ring that goes into the other one and back the same way.
+        {"2 5,5 5,2 2,4 4,5 2,1 2,2 5;0 1,2 5,2 3,2 4,3 3,0 1", box(0, 0, 6, 6), 8, 36, 0},
+        {"0 0,4 0", square, 0, 16, 0}, // no content
         {"", square, 0, 16, 0},
         {square, "", 0, 16, 16},
         {"", "", 0, 0, 0},
@@ -212,7 +214,7 @@ TEST(Overlay, RandomStarsAndRings) {
     std::uniform_real_distribution<double> shift(-6, 6);
     for (int round = 0; round < 60; ++round) {
         // A third of them have a second rand that may cross the first one.
-        const std::string extra = round % 3 == 0 ? ";" + star(random, shift(random), shift(random), 9) : "";
+        const std::string extra = round % 3 == 0 ? text_of(';', star(random, shift(random), shift(random), 9)) : "";
         Geom a = area(star(random, 0, 0, 5 + round) + extra);
         Geom b = area(star(random, shift(random), shift(random), 40));
         const Geom common = combine(GEOM2_AREA_INTERSECTION, a, b), both = combine(GEOM2_AREA_UNION, a, b);
@@ -627,7 +629,7 @@ TEST(Hostile, NothingCrashesOrHangs) {
                                         {0, 1, 7, 1e160, 1e300, INFINITY, NO_NUMBER}};
     std::mt19937 random(1);
     shown_by([&] {
-        for (int round = 0; round < 150; ++round) {
+        for (int round = 0; round < 75; ++round) {
             const std::vector<double> &numbers = sets[round % 3];
             const auto any = [&] { return numbers[random() % numbers.size()]; };
             const auto any_area = [&] {
@@ -652,11 +654,11 @@ TEST(Hostile, LargeAreas) {
     const auto start = std::chrono::steady_clock::now();
     std::string islands = box(-1, -1, 301, 301), rings = box(-1, -1, 301, 301), jagged = "0 0";
     for (int i = 0; i < 100; ++i) {
-        for (int j = 0; j < 50; ++j) islands += ";" + box(3 * i + 0.5, 6 * j + 0.5, 3 * i + 1.5, 6 * j + 1.5);
+        for (int j = 0; j < 50; ++j) islands += text_of(';', box(3 * i + 0.5, 6 * j + 0.5, 3 * i + 1.5, 6 * j + 1.5));
     }
-    for (int i = 0; i < 2000; ++i) rings += ";" + box(i * 0.05, i * 0.05, 300 - i * 0.05, 300 - i * 0.05);
-    for (int i = 0; i < 200000; ++i) jagged += ',' + std::to_string(i * 0.01) + (i % 2 ? " 1" : " 3");
-    jagged += ",2000 -1,0 -1,0 0";
+    for (int i = 0; i < 500; ++i) rings += text_of(';', box(i * 0.05, i * 0.05, 300 - i * 0.05, 300 - i * 0.05));
+    for (int i = 0; i < 60000; ++i) jagged += ',' + std::to_string(i * 0.01) + (i % 2 ? " 1" : " 3");
+    jagged += ",600 -1,0 -1,0 0";
     for (const std::string &shape : {islands, rings, jagged}) {
         Geom made = area(shape);
         EXPECT_EQ(GEOM2_CHECK_AREA(made.word, nullptr, nullptr, nullptr), 1);
@@ -666,7 +668,7 @@ TEST(Hostile, LargeAreas) {
         INTERNAL(GEOM2_FENCE_CUT)(line("-9 1.02,3000 1.02").word, made.word, Taken::take, &pieces, nullptr);
         EXPECT_GT(pieces.geometries.size(), 20u);
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 } // namespace
