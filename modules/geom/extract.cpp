@@ -176,8 +176,8 @@ int32_t GEOM2_EXTRACT_LINE_PATTERN_POINTS(QOR_GEOMETRY line, double first, doubl
     if (last >= MAX_COUNT) return TOO_MANY;
     Gathered points;
     auto span = path.spans.begin();
-    for (double index = 0; index <= last; ++index) {
-        const double position = begin + index * spacing;
+    for (int64_t index = 0; index <= static_cast<int64_t>(last); ++index) {
+        const double position = begin + static_cast<double>(index) * spacing;
         while (span + 1 != path.spans.end() && span->end() < position) ++span;
         const GEOM_XY place = point_at(span->segment, position - span->start);
         points.add(word_of(new_point(place.x, place.y, height_at(span->segment, position - span->start))));

@@ -119,6 +119,7 @@ class Line_cutter {
     }
     static std::vector<Box> boxes_of(const std::vector<Segment> &border) {
         std::vector<Box> boxes;
+        boxes.reserve(border.size());
         for (const Segment &segment : border) boxes.push_back(box_of(segment));
         return boxes;
     }
