@@ -1,29 +1,13 @@
 // Segments, arcs, what lies in an area, and changes of coordinates.
 #include "kernel_environment.hpp"
 
-#include <dlfcn.h>
-
 #include <cmath>
 #include <random>
 #include <vector>
 
-#include "qor/geom.h"
+#include "geometries.hpp"
 
 namespace {
-
-constexpr double FLAT = GEOM_NO_HEIGHT, PI = 3.14159265358979323846;
-constexpr double NAN_ = std::numeric_limits<double>::quiet_NaN(), INF = std::numeric_limits<double>::infinity();
-
-struct Geom {
-    QOR_GEOMETRY word = 0;
-    Geom() = default;
-    Geom(Geom &&other) noexcept { std::swap(word, other.word); }
-    Geom &operator=(Geom &&other) noexcept {
-        std::swap(word, other.word);
-        return *this;
-    }
-    ~Geom() { GEOM_REMOVE(&word); }
-};
 
 // A point of a line, with the point of an arc before it.
 struct Step {
@@ -75,12 +59,6 @@ Steps read_line(QOR_GEOMETRY line) {
         steps.push_back(s);
     }
 }
-
-// An entry of the module that the kernel does not pass on.
-template <typename Entry> Entry *inner(const char *name, Entry *) {
-    return reinterpret_cast<Entry *>(dlsym(dlopen("geom.so", RTLD_LAZY), name));
-}
-#define INNER(entry) inner(#entry, &entry)
 
 GEOM_XY on_circle(GEOM_XY c, double r, double angle) { return {c.x + r * std::cos(angle), c.y + r * std::sin(angle)}; }
 double distance(GEOM_XY a, GEOM_XY b) { return std::hypot(a.x - b.x, a.y - b.y); }
@@ -143,7 +121,7 @@ TEST(Arc, ThreePointsWithoutCircle) {
         {{0, 0}, {5, 0}, {3, 0}, 3},
         {{1, 2}, {1, 2}, {1, 2}, 0},
         {{1, 2}, {1, 2}, {4, 6}, 5},
-        {{0, 0}, {NAN_, 1}, {3, 4}, 5},
+        {{0, 0}, {NO_NUMBER, 1}, {3, 4}, 5},
         {{0, 0}, {1, INF}, {3, 4}, 5},
         {{0, 0}, {1e300, 1e299}, {3, 4}, 5},
     };
@@ -156,7 +134,7 @@ TEST(Arc, ThreePointsWithoutCircle) {
         EXPECT_FALSE(GEOM2_HAS_ARCS(line.word));
     }
     GEOM_CIRCLE circle;
-    ASSERT_TRUE(INNER(GEOM2_ARC_CIRCLE_PREPARE)(2, 1, -4, 1, 2, 1, &circle));
+    ASSERT_TRUE(INTERNAL(GEOM2_ARC_CIRCLE_PREPARE)(2, 1, -4, 1, 2, 1, &circle));
     EXPECT_TRUE(circle.x == -1 && circle.y == 1 && circle.radius == 3 && circle.start == 0 && circle.sweep == 2 * PI);
 }
 
@@ -213,7 +191,7 @@ TEST(Segments, CommonPoints) {
         {"equal circles", circle, {1, 1, 1, 1, -1, 1, 1}, {}},
         {"arc through the ends of a diameter", circle, {1, 1, 1, -1, 1, 1, -1}, {{1, 1}, {1, -1}}},
         {"arc of a circle", circle, {1, 1, 1, 0, 0, 1, -1}, {{1, 1}, {1, -1}}},
-        {"not a number", straight(0, 0, NAN_, 4), straight(0, 4, 4, 0), {}},
+        {"not a number", straight(0, 0, NO_NUMBER, 4), straight(0, 4, 4, 0), {}},
     };
     for (const auto &c : cases) {
         for (double offset : {0.0, 4096.0}) {
@@ -298,7 +276,7 @@ TEST(Inside, StarsAnswerByTheSideOfTheEdge) {
 
 TEST(Inside, ArcsAreExact) {
     Geom disc;
-    INNER(GEOM2_CREATE_CIRCLE)(&disc.word, 10, -20, 5);
+    INTERNAL(GEOM2_CREATE_CIRCLE)(&disc.word, 10, -20, 5);
     Geom full = make_area({{{15, -20}, {15, -20, true, 5, -20}}});
     for (int i = 0; i < 5000; ++i) {
         const double r = 5 + random_between(-1, 1) * std::pow(10, random_between(-13, 0.7));
@@ -312,7 +290,7 @@ TEST(Inside, ArcsAreExact) {
     // The border belongs to the area, and the height of an extreme is no border by itself.
     for (int i = 0; i < 1000; ++i) EXPECT_TRUE(is_inside(on_circle({10, -20}, 5, i), disc)) << i;
     for (double y : {-25.0, -20.0, -15.0}) EXPECT_FALSE(is_inside({4, y}, disc) || is_inside({16, y}, disc)) << y;
-    EXPECT_FALSE(is_inside({NAN_, -20}, disc) || is_inside({10, NAN_}, disc) || is_inside({10, INF}, disc));
+    EXPECT_FALSE(is_inside({NO_NUMBER, -20}, disc) || is_inside({10, NO_NUMBER}, disc) || is_inside({10, INF}, disc));
     EXPECT_FALSE(GEOM_IS_INSIDEAREA({0, 0}, 0));
     EXPECT_ABORT(GEOM_IS_INSIDEAREA({0, 0}, make_line({{0, 0}, {1, 1}}).word), "area expected, not line\n");
 }
@@ -325,7 +303,7 @@ TEST(Inside, TheIndexChangesNoAnswer) {
         steps.push_back(steps[0]);
         return steps;
     }();
-    const Steps open{{-2, -2}, {2, -2}, {2, 2}}, nan{{-2, -2}, {2, -2}, {NAN_, 1}, {2, 2}, {-2, 2}, {-2, -2}};
+    const Steps open{{-2, -2}, {2, -2}, {2, 2}}, nan{{-2, -2}, {2, -2}, {NO_NUMBER, 1}, {2, 2}, {-2, 2}, {-2, -2}};
     const std::vector<std::vector<Steps>> cases{{star(60, 1)}, {star(60, 0.5), square(-0.5, -0.5, 1)}, {comb},
                                                 {open},        {{{-2, 1}, {2, 1}, {-2, 1}}},           {nan}};
     for (const auto &rings : cases) {
@@ -470,8 +448,8 @@ TEST(Strokes, ChordsStayNearAndAreTheSameFromBothSides) {
         EXPECT_TRUE(tolerance == 0 || a.size() > count);
         count = a.size();
     }
-    const auto set = INNER(GEOM2_RESOLUTION_SET);
-    EXPECT_TRUE(set(0.5) == 0 && set(-1) == 0.5 && set(NAN_) == 0.5);
+    const auto set = INTERNAL(GEOM2_RESOLUTION_SET);
+    EXPECT_TRUE(set(0.5) == 0 && set(-1) == 0.5 && set(NO_NUMBER) == 0.5);
     Geom coarse, fine;
     GEOM2_STROKE(arc.word, &coarse.word, 0);
     EXPECT_EQ(set(1e-300), 0.5);
@@ -482,16 +460,16 @@ TEST(Strokes, ChordsStayNearAndAreTheSameFromBothSides) {
 }
 
 TEST(Strokes, AnotherStartForgetsTheTolerance) {
-    INNER(GEOM2_RESOLUTION_SET)(0.5);
+    INTERNAL(GEOM2_RESOLUTION_SET)(0.5);
     QORPROC_TERMINATE();
     QORPROC_INIT();
-    EXPECT_EQ(INNER(GEOM2_RESOLUTION_SET)(0), 0);
+    EXPECT_EQ(INTERNAL(GEOM2_RESOLUTION_SET)(0), 0);
 }
 
 TEST(Strokes, CurvesAndParts) {
     std::vector<GEOM_XY> controls;
     const Geom line = make_line({{5, 0}, {-3, 4, true, 3, 4}, {0, 0}});
-    INNER(GEOM2_LINEARCS_TO_BEZIER)
+    INTERNAL(GEOM2_LINEARCS_TO_BEZIER)
     (
         line.word,
         [](void *context, const GEOM_XY c[4]) {
@@ -508,18 +486,18 @@ TEST(Strokes, CurvesAndParts) {
         EXPECT_NEAR(distance(p, {0, 0}), 5, 5 * 0.0003);
     }
     Geom disc;
-    EXPECT_FALSE(INNER(GEOM2_CREATE_CIRCLE)(&disc.word, 1, 2, 0));
-    ASSERT_TRUE(INNER(GEOM2_CREATE_CIRCLE)(&disc.word, 1, 2, 3));
+    EXPECT_FALSE(INTERNAL(GEOM2_CREATE_CIRCLE)(&disc.word, 1, 2, 0));
+    ASSERT_TRUE(INTERNAL(GEOM2_CREATE_CIRCLE)(&disc.word, 1, 2, 3));
     EXPECT_DOUBLE_EQ(GEOM_GET_AREA(disc.word), 9 * PI);
     double x1, y1, z, x2, y2, box[4];
-    ASSERT_TRUE(INNER(GEOM2_SURFACE_START_END_POINT)(disc.word, &x1, &y1, &z, &x2, &y2, &z));
+    ASSERT_TRUE(INTERNAL(GEOM2_SURFACE_START_END_POINT)(disc.word, &x1, &y1, &z, &x2, &y2, &z));
     EXPECT_TRUE(x1 == x2 && y1 == y2);
     ASSERT_TRUE(GEOM2_CALC_BOUNDING_BOX(disc.word, &box[0], &box[1], &box[2], &box[3]));
     EXPECT_TRUE(box[0] == -2 && box[1] == -1 && box[2] == 4 && box[3] == 5);
     EXPECT_TRUE(GEOM2_BOX_OVERLAP(0, 0, 1, 1, 1, 1, 2, 2) && !GEOM2_BOX_OVERLAP(0, 0, 1, 1, 0, 1.1, 2, 2));
     int32_t count, kind;
     double length = 0;
-    INNER(GEOM2_GET_AREA_LINE_LIST)
+    INTERNAL(GEOM2_GET_AREA_LINE_LIST)
     (
         disc.word, [](void *sum, QOR_GEOMETRY *part) { *static_cast<double *>(sum) += GEOM_GET_LENGTH(*part, 0); },
         &length, &count);

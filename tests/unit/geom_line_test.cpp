@@ -1,8 +1,6 @@
 // Positions and parts of lines, what is beside them, and lines put together.
 #include "kernel_environment.hpp"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -10,23 +8,10 @@
 #include <random>
 #include <vector>
 
-#include "qor/geom.h"
+#include "geometries.hpp"
 
 namespace {
 
-constexpr double FLAT = GEOM_NO_HEIGHT, PI = 3.14159265358979323846;
-constexpr double NAN_ = std::numeric_limits<double>::quiet_NaN(), INF = std::numeric_limits<double>::infinity();
-
-struct Geom {
-    QOR_GEOMETRY word = 0;
-    Geom() = default;
-    Geom(Geom &&other) noexcept { std::swap(word, other.word); }
-    Geom &operator=(Geom &&other) noexcept {
-        std::swap(word, other.word);
-        return *this;
-    }
-    ~Geom() { GEOM_REMOVE(&word); }
-};
 using Geoms = std::vector<Geom>;
 
 void take(void *geoms, QOR_GEOMETRY *word) { std::swap(static_cast<Geoms *>(geoms)->emplace_back().word, *word); }
@@ -121,12 +106,6 @@ Geom random_line(int count) {
         steps.push_back({x, y, i + 1.0, i, i % 3 == 0, mx, my});
     }
     return make_line(steps, 5);
-}
-
-// An entry of the module that the kernel does not pass on.
-int32_t extend_line(QOR_GEOMETRY line, double at_start, double at_end) {
-    void *entry = dlsym(dlopen("geom.so", RTLD_LAZY), "GEOM2_EXTEND_LINE");
-    return reinterpret_cast<decltype(&GEOM2_EXTEND_LINE)>(entry)(line, at_start, at_end);
 }
 
 const Steps CORNER{{0, 0}, {10, 0}, {10, 10}};
@@ -243,12 +222,12 @@ TEST(Line, PatternsRepeatExactly) {
     }
     EXPECT_EQ(GEOM2_EXTRACT_LINE_PATTERN_POINTS(line.word, 0, 0.1, take, &points), 1001);
     EXPECT_EQ(GEOM2_EXTRACT_LINE_PATTERN_POINTS(line.word, 0, 1e-5, take, &points), -1);
-    for (double spacing : {0.0, -1.0, NAN_, INF})
+    for (double spacing : {0.0, -1.0, NO_NUMBER, INF})
         EXPECT_EQ(GEOM2_EXTRACT_LINE_PATTERN_POINTS(line.word, 0, spacing, take, &points), 0);
     for (const auto &[bad, count, result] : {std::tuple{std::vector{1.0, 1.0, 1.0}, 3, 0},
                                              {{-1, 2}, 2, 0},
                                              {{INF, 1}, 2, 0},
-                                             {{1, NAN_}, 2, 0},
+                                             {{1, NO_NUMBER}, 2, 0},
                                              {{0, 0}, 2, 0},
                                              {{1}, 0, 0},
                                              {{0, 1}, 2, 0},
@@ -268,13 +247,13 @@ TEST(Line, EndsAndDirections) {
     double x, y, z;
     GEOM_READ_POINT(start.word, &x, &y, &z);
     EXPECT_TRUE(x == 0 && z == 7 && GEOM_GET_GATTR(start.word) == 1);
-    ASSERT_TRUE(extend_line(line.word, 2, 3));
+    ASSERT_TRUE(INTERNAL(GEOM2_EXTEND_LINE)(line.word, 2, 3));
     expect_line(line.word, {{2, 0, 7, 1}, {0, 0}, {-5, 0}, arc(-10, 5, -5, 10, 8), {-2, 10, 8}}, "longer");
-    ASSERT_TRUE(extend_line(line.word, -3, -1));
+    ASSERT_TRUE(INTERNAL(GEOM2_EXTEND_LINE)(line.word, -3, -1));
     expect_line(line.word, {{-1, 0}, {-5, 0}, arc(-10, 5, -5, 10, 8), {-3, 10, 8}}, "shorter");
     EXPECT_EQ(GEOM_GET_GATTR(line.word), 4);
-    EXPECT_FALSE(extend_line(line.word, -3 - 5 * PI, -5));
-    EXPECT_FALSE(extend_line(line.word, NAN_, 0));
+    EXPECT_FALSE(INTERNAL(GEOM2_EXTEND_LINE)(line.word, -3 - 5 * PI, -5));
+    EXPECT_FALSE(INTERNAL(GEOM2_EXTEND_LINE)(line.word, NO_NUMBER, 0));
 }
 
 TEST(Line, IntersectionsComeOnceAndInOrder) {
@@ -403,7 +382,7 @@ TEST(Parallel, AreasBesideLines) {
         EXPECT_NEAR(GEOM_GET_AREA(area.word), c.content, 1e-9) << c.left << ' ' << c.right << ' ' << c.line.size();
     }
     Geom area;
-    for (const auto &[left, right] : {std::pair{-1.0, 1.0}, {0.0, 0.0}, {NAN_, 1.0}, {1.0, INF}})
+    for (const auto &[left, right] : {std::pair{-1.0, 1.0}, {0.0, 0.0}, {NO_NUMBER, 1.0}, {1.0, INF}})
         EXPECT_FALSE(GEOM2_CREATE_AREA_FROM_LINE(make_line(straight).word, left, 0, right, 0, &area.word));
 }
 
@@ -543,7 +522,7 @@ TEST(Line, BadInputHasNoResult) {
     };
     const Geom good = make_line(CORNER);
     EXPECT_EQ(ask(0, 1), 0);
-    for (double bad : {NAN_, INF, -INF}) {
+    for (double bad : {NO_NUMBER, INF, -INF}) {
         EXPECT_EQ(ask(good.word, bad), 0) << bad;
         EXPECT_EQ(ask(make_line({{0, 0}, {bad, 0}, {1, 1}}).word, 1), 0) << bad;
         EXPECT_EQ(ask(make_line({{0, 0}, arc(0, bad, 1, 1)}).word, 1), 0) << bad;

@@ -1,7 +1,5 @@
 #include "kernel_environment.hpp"
 
-#include <dlfcn.h>
-
 #include <chrono>
 #include <cmath>
 #include <functional>
@@ -13,34 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "qor/geom.h"
+#include "geometries.hpp"
 #include "texts.hpp"
 
 // Areas: overlay, fences, hatching, cleaning and checking.
 namespace {
-
-constexpr double FLAT = GEOM_NO_HEIGHT, PI = 3.14159265358979323846;
-constexpr double NO_NUMBER = std::numeric_limits<double>::quiet_NaN();
-
-// The entries that the kernel does not pass on.
-template <typename Entry> Entry *entry(const char *name) {
-    static void *const module = dlopen("geom.so", RTLD_LAZY | RTLD_NOLOAD);
-    return reinterpret_cast<Entry *>(dlsym(module, name));
-}
-#define INTERNAL(name) (*entry<decltype(name)>(#name))
-
-struct Geom {
-    QOR_GEOMETRY word = 0;
-
-    Geom() = default;
-    Geom(double x, double y, double z = FLAT) { GEOM_CREATE_POINT(&word, x, y, z); }
-    Geom(Geom &&other) noexcept : word(std::exchange(other.word, 0)) {}
-    Geom &operator=(Geom &&other) noexcept {
-        std::swap(word, other.word);
-        return *this;
-    }
-    ~Geom() { GEOM_REMOVE(&word); }
-};
 
 // Points with commas between them, with or without heights; an arc point stands in front
 // of its point: "@1 1 2 0".
