@@ -362,7 +362,8 @@ QOR_API int32_t GEOM2_CROSSHATCH_AREA(QOR_GEOMETRY area, GEOM_TAKE take, void *c
 /* The points of a lattice that lie in an area or on its border: spacings along
  * and across, the angle of its rows, and how far every other row is shifted.
  * The lattice goes through the origin, or with at_box 1 through the lower left
- * corner of the area's box. Answers as hatching does. */
+ * corner of the area's box. Answers as hatching does, and 0 also when more than
+ * 10,000,000 points of the lattice lie in the box. */
 QOR_API int32_t GEOM2_PATTERN_AREA(QOR_GEOMETRY area, GEOM_TAKE take, void *context, double spacing_along,
                                    double spacing_across, double angle, double shift, int32_t at_box, int32_t *count);
 
@@ -420,7 +421,8 @@ QOR_API int32_t GEOM2_CREATE_CIRCLE(QOR_GEOMETRY *area, double x, double y, doub
 QOR_API int32_t GEOM2_SURFACE_START_END_POINT(QOR_GEOMETRY surface, double *x1, double *y1, double *z1, double *x2,
                                               double *y2, double *z2);
 /* An area grown by a distance on all sides, or shrunk by a negative one; corner
- * and limit as in GEOM2_COPY_LINE_PARALLEL. The result may be empty. */
+ * and limit as in GEOM2_COPY_LINE_PARALLEL. A round corner gets 8 to 500 chords
+ * for a right angle, whatever the stroke tolerance. The result may be empty. */
 QOR_API int32_t GEOM2_COPY_AREA_BOUNDARY_PARALLEL(QOR_GEOMETRY area, double distance, int32_t corner, double limit,
                                                   QOR_GEOMETRY *copy);
 /* Lengthens a line in place at its start and its end by straight segments in

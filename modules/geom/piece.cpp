@@ -90,13 +90,6 @@ bool is_on(const Segment &segment, GEOM_XY point) {
                        [&](const Piece &piece) { return piece.meet(point, &c.bow) == Meeting::ON; });
 }
 
-int crossings(const Segment &segment, GEOM_XY point) {
-    const Cut c = cut(segment, 0);
-    return static_cast<int>(std::count_if(c.pieces, c.pieces + c.count, [&](const Piece &piece) {
-        return piece.meet(point, &c.bow) == Meeting::CROSSED;
-    }));
-}
-
 Box::Box() : xmin(std::numeric_limits<double>::infinity()), ymin(xmin), xmax(-xmin), ymax(-xmin) {}
 
 void Box::add(GEOM_XY place) {

@@ -90,10 +90,6 @@ bool circle_of(GEOM_XY from, GEOM_XY over, GEOM_XY to, GEOM_CIRCLE *circle) {
     return true;
 }
 
-GEOM_XY on_circle(const GEOM_CIRCLE &circle, double angle) {
-    return {circle.x + circle.radius * std::cos(angle), circle.y + circle.radius * std::sin(angle)};
-}
-
 double distance(GEOM_XY a, GEOM_XY b) { return norm(b - a); }
 
 // By the chord to it, since the centre of a flat arc is too far away to come from there.

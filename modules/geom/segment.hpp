@@ -25,8 +25,6 @@ Segment make_segment(GEOM_XY from, GEOM_XY over, GEOM_XY to);
 // not finite. Start and end in one place: a full circle, counter-clockwise, with
 // the point over opposite to them.
 bool circle_of(GEOM_XY from, GEOM_XY over, GEOM_XY to, GEOM_CIRCLE *circle);
-// The arc on a circle from one angle through a sweep.
-GEOM_XY on_circle(const GEOM_CIRCLE &circle, double angle);
 
 inline bool is_same(GEOM_XY a, GEOM_XY b) { return a.x == b.x && a.y == b.y; }
 inline GEOM_XY place_of(const Point &point) { return {point.x, point.y}; }
@@ -66,11 +64,8 @@ int side_of(const Segment &segment, const Foot &foot, GEOM_XY point);
 // Common points of two segments, 0 to 2; see GEOM2_LINESEGMENT_INTERSECTION.
 int intersect(const Segment &a, const Segment &b, GEOM_XY places[2]);
 // Whether a point lies on the segment: exactly for a straight one, within the rounding
-// of coordinates for an arc. How often the ray from a point that does not lie on it to the
-// right crosses the segment (the lower end of a crossing counts, the upper does not, so
-// that a ring is crossed an odd number of times from inside).
+// of coordinates for an arc.
 bool is_on(const Segment &segment, GEOM_XY point);
-int crossings(const Segment &segment, GEOM_XY point);
 
 // Appends the ends of the chords that stand for the segment: not its start, but
 // its end. tolerance as in GEOM2_STROKE.

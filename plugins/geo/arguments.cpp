@@ -201,7 +201,7 @@ std::vector<double> reals_of(QOR_OBJECT *list) {
 }
 
 Stroked::Stroked(QOR_GEOMETRY geometry) : borrowed_(geometry) {
-    if (GEOM2_HAS_ARCS(geometry) && !GEOM2_STROKE(geometry, copy_.address(), tolerance())) throw No_result{};
+    if (GEOM2_HAS_ARCS(geometry) && !GEOM2_STROKE(geometry, copy_.address(), 0)) throw No_result{};
 }
 
 } // namespace geo

@@ -88,8 +88,8 @@ std::vector<QOR_GEOMETRY> geometries_of(QOR_OBJECT *list, const char *kinds);
 // The numbers of a list in the same way.
 std::vector<double> reals_of(QOR_OBJECT *list);
 
-// How far chords may be from the arcs that they stand for: what GEO.SET_TOLERANCE says, 0 for
-// the module's own tolerance.
+// How far chords may be from the arcs that they stand for: what GEO.SET_TOLERANCE has told the
+// module, which goes by it wherever it is given the tolerance 0; 0 for a share of the radius.
 double tolerance();
 // A copy without arcs if there are arcs; the geometry itself, borrowed, if there are none.
 class Stroked {

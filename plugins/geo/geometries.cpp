@@ -93,7 +93,7 @@ std::string text_of_result(char *text) {
     return text;
 }
 
-geos::Geometry to_geos(QOR_GEOMETRY geometry) { return result_of(geos::to_geos(geometry, tolerance()).release()); }
+geos::Geometry to_geos(QOR_GEOMETRY geometry) { return result_of(geos::to_geos(geometry, 0).release()); }
 
 geos::Geometry to_valid_geos(QOR_GEOMETRY geometry) { return result_of(geos::made_valid(to_geos(geometry)).release()); }
 

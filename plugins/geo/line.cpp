@@ -129,10 +129,9 @@ void simplify() {
 
 void stroke() {
     run("STROKE", "gr", "g", [](const Arguments &values) {
-        const double wanted = values.real(1);
-        check_tolerance(wanted);
+        check_tolerance(values.real(1));
         Geometry chords;
-        expect(GEOM2_STROKE(values.geometry(0), chords.address(), wanted > 0 ? wanted : tolerance()));
+        expect(GEOM2_STROKE(values.geometry(0), chords.address(), values.real(1)));
         push(std::move(chords));
     });
 }

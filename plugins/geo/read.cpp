@@ -196,7 +196,7 @@ std::string fault_of_area(QOR_GEOMETRY area) {
 }
 
 std::string fault_of_chords(QOR_GEOMETRY geometry) {
-    const geos::Geometry chords = geos::to_geos(geometry, tolerance());
+    const geos::Geometry chords = geos::to_geos(geometry, 0);
     if (!chords) return geos::take_error();
     const std::string reason = text_of_result(GEOSisValidReason_r(geos::context(), chords.get()));
     return reason == "Valid Geometry" ? "" : reason;

@@ -37,7 +37,7 @@ template <typename Read> void read_text(const char *method, const char *result, 
 void to_wkt() { write_text("TO_WKT", write_wkt); }
 void to_wkb() { write_text("TO_WKB", write_wkb); }
 void to_geojson() {
-    write_text("TO_GEOJSON", [](const Source &source) { return write_geojson(source, tolerance()); });
+    write_text("TO_GEOJSON", [](const Source &source) { return write_geojson(source, 0); });
 }
 
 // [s text][o geometry]
